@@ -1,0 +1,20 @@
+# Fails when a C++ file of the project differs from what clang-format makes of
+# it. Run with -DSOURCE_DIR=<source tree> -DCLANG_FORMAT=<program>.
+set(files "")
+foreach(dir include src apps tests bench fuzz)
+  file(GLOB_RECURSE found ${SOURCE_DIR}/${dir}/*.h ${SOURCE_DIR}/${dir}/*.cpp)
+  list(APPEND files ${found})
+endforeach()
+set(bad "")
+foreach(f IN LISTS files)
+  execute_process(COMMAND ${CLANG_FORMAT} --dry-run --Werror ${f}
+    RESULT_VARIABLE rc OUTPUT_QUIET ERROR_QUIET)
+  if(NOT rc EQUAL 0)
+    list(APPEND bad ${f})
+  endif()
+endforeach()
+if(bad)
+  string(REPLACE ";" "\n  " bad "${bad}")
+  message(FATAL_ERROR "not formatted (run clang-format -i):\n  ${bad}")
+endif()
+message(STATUS "format ok")

@@ -1,0 +1,41 @@
+# Installs the build tree into a temporary prefix, then builds and runs a small
+# program against it, once through find_package and once through pkg-config.
+file(REMOVE_RECURSE ${WORK_DIR})
+set(prefix ${WORK_DIR}/prefix)
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
+  endif()
+  set(last_output "${out}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build
+    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+run(${WORK_DIR}/build/kyo_consumer)
+if(NOT last_output MATCHES "kyoutils [0-9]+\\.[0-9]+\\.[0-9]+ ok")
+  message(FATAL_ERROR "unexpected consumer output: ${last_output}")
+endif()
+
+find_program(PKG_CONFIG NAMES pkg-config pkgconf REQUIRED)
+file(GLOB_RECURSE pc_files ${prefix}/*/kyoutils.pc)
+list(GET pc_files 0 pc_file)
+get_filename_component(pc_dir ${pc_file} DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} ${pc_dir})
+run(${PKG_CONFIG} --cflags kyoutils)
+string(STRIP "${last_output}" cflags)
+separate_arguments(cflags UNIX_COMMAND "${cflags}")
+run(${PKG_CONFIG} --libs kyoutils)
+string(STRIP "${last_output}" libs)
+separate_arguments(libs UNIX_COMMAND "${libs}")
+run(${CXX} ${cflags} ${CONSUMER_DIR}/main.cpp ${libs} -o ${WORK_DIR}/pc_consumer)
+set(ENV{LD_LIBRARY_PATH} ${pc_dir}/..)
+run(${WORK_DIR}/pc_consumer)
+if(NOT last_output MATCHES "kyoutils [0-9]+\\.[0-9]+\\.[0-9]+ ok")
+  message(FATAL_ERROR "unexpected pkg-config consumer output: ${last_output}")
+endif()
+message(STATUS "consumer ok")
