@@ -1,0 +1,180 @@
+// Corrupted and hostile object streams: every one must end in the failed state
+// (or, for a flipped byte that still makes sense, in a valid object), with no
+// crash, no undefined behaviour and no allocation the input cannot justify.
+#include <kyo/core/object_stream.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <sstream>
+
+#include "core/object_stream_types.h"
+
+namespace kyo::test {
+namespace {
+
+std::string sample_stream() {
+  auto tree = make_sample_tree();
+  std::ostringstream out;
+  opstream os(out);
+  writePtr(os, tree.get());
+  return out.str();
+}
+
+struct read_result {
+  bool good = false;
+  std::string error;
+  int orphans = 0;  ///< objects built but owned by nobody afterwards
+};
+
+/// Reads one node from `data`, then frees whatever the read built.
+read_result read_node(const std::string& data) {
+  const std::set<node*> before = live_nodes;
+  std::istringstream in(data);
+  ipstream is(in);
+  node* n = nullptr;
+  readPtr(is, n);
+  EXPECT_EQ(n == nullptr, is.fail() || data.starts_with('\0')) << "null exactly when failed";
+  delete n;
+  return {is.good(), is.error(), delete_orphans(before)};
+}
+
+std::string le32(std::uint32_t v) {
+  std::string s(4, '\0');
+  for (int i = 0; i < 4; ++i)
+    s[i] = static_cast<char>(v >> (8 * i));
+  return s;
+}
+
+std::string record(const std::string& cls, const std::string& body, std::uint32_t version = 1) {
+  return std::string(1, '\x02') + le32(std::uint32_t(cls.size())) + cls + le32(version) +
+         le32(std::uint32_t(body.size())) + body;
+}
+
+std::string record_header(const std::string& cls, std::uint32_t length) {
+  return std::string(1, '\x02') + le32(std::uint32_t(cls.size())) + cls + le32(1) + le32(length);
+}
+
+std::string segment(const std::string& bytes) {
+  return std::string(1, '\x10') + le32(std::uint32_t(bytes.size())) + bytes;
+}
+
+TEST(object_stream_corrupt, every_truncation_fails_and_frees_what_it_built) {
+  const std::string data = sample_stream();
+  ASSERT_TRUE(read_node(data).good);
+  for (std::size_t n = 0; n < data.size(); ++n) {
+    SCOPED_TRACE("truncated to " + std::to_string(n) + " bytes");
+    const read_result r = read_node(data.substr(0, n));
+    EXPECT_FALSE(r.good);
+    EXPECT_EQ(r.orphans, 0) << "objects built before the failure are deleted";
+  }
+}
+
+TEST(object_stream_corrupt, flipped_bytes_never_fault) {
+  const std::string data = sample_stream();
+  int failed = 0;
+  for (std::size_t i = 0; i < data.size(); ++i) {
+    for (unsigned char mask : {0x01, 0x80, 0xFF}) {
+      std::string bad = data;
+      bad[i] = static_cast<char>(bad[i] ^ mask);
+      if (!read_node(bad).good) ++failed;
+    }
+  }
+  // Most flips land in structure (tags, lengths, counts, names) and are caught.
+  EXPECT_GT(failed, int(data.size()));
+}
+
+TEST(object_stream_corrupt, hostile_counts_and_lengths_fail_before_allocating) {
+  struct row {
+    const char* what;
+    std::string data;
+    const char* error;
+  };
+  const std::string node_name = "test_node";
+  // A node body up to its child count: name "", value, x, parent null.
+  const std::string head = segment(le32(0) + le32(0) + std::string(8, '\0')) + std::string(1, 0);
+  const row rows[] = {
+      {"child count of 4 billion", record(node_name, head + segment(le32(0xFFFFFFF0))),
+       "larger than what is left"},
+      {"string length of 4 billion", record(node_name, segment(le32(0xFFFFFFF0) + "abc")),
+       "longer than what is left"},
+      {"record length beyond the input", record_header(node_name, 1u << 31) + head,
+       "runs past the end of the input"},
+      {"segment length beyond its record",
+       record(node_name, std::string(1, '\x10') + le32(1000) + "xx"), "past the end"},
+      {"empty data segment", record(node_name, segment("")), "empty data segment"},
+      {"class name length of 4 billion", std::string(1, '\x02') + le32(0xFFFFFFFF), "class name"},
+      {"unknown class", record("no_such_class", ""), "unknown class 'no_such_class'"},
+      {"reference before any object", std::string(1, '\x01') + le32(0), "has not been read"},
+      {"reference to a later object",
+       record(node_name, segment(le32(0) + le32(0) + std::string(8, '\0')) + "\x01" + le32(5)),
+       "has not been read"},
+      {"unknown tag", std::string(1, '\x07'), "unknown record tag"},
+      {"data where an object belongs",
+       record(node_name, segment(le32(0) + le32(0) + std::string(9, '\0'))),
+       "expected an object pointer"},
+      {"object where data belong", record(node_name, std::string(1, '\x00')), "expected data"},
+      {"scoped record nested", record(node_name, head.substr(0, head.size() - 1) + "\x03"),
+       "self-contained"},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.what);
+    const read_result result = read_node(r.data);
+    EXPECT_FALSE(result.good);
+    EXPECT_NE(result.error.find(r.error), std::string::npos) << result.error;
+    EXPECT_EQ(result.orphans, 0);
+  }
+}
+
+TEST(object_stream_corrupt, child_claimed_by_two_owners_is_refused) {
+  // root's children: a new node whose parent is root, then the same node again.
+  const std::string node_name = "test_node";
+  const std::string plain = segment(le32(0) + le32(0) + std::string(8, '\0'));
+  const std::string child =
+      record(node_name, plain + "\x01" + le32(0) + segment(le32(0)) + std::string(1, 0));
+  const std::string root = record(node_name, plain + std::string(1, 0) + segment(le32(2)) + child +
+                                                 "\x01" + le32(1) + std::string(1, 0));
+  const read_result r = read_node(root);
+  EXPECT_FALSE(r.good);
+  EXPECT_NE(r.error.find("does not belong"), std::string::npos) << r.error;
+  EXPECT_EQ(r.orphans, 0);
+}
+
+TEST(object_stream_corrupt, deep_nesting_is_refused_without_exhausting_the_stack) {
+  // Each node's parent pointer is a new node record, 1000 deep.
+  std::string inner = std::string(1, 0);
+  for (int i = 0; i < 1000; ++i) {
+    inner = record("test_node", segment(le32(0) + le32(0) + std::string(8, '\0')) + inner);
+  }
+  const read_result r = read_node(inner);
+  EXPECT_FALSE(r.good);
+  EXPECT_NE(r.error.find("too deeply"), std::string::npos) << r.error;
+  EXPECT_EQ(r.orphans, 0);
+}
+
+TEST(object_stream_corrupt, random_input_never_faults) {
+  std::mt19937 gen(20261121);
+  const std::string valid = sample_stream();
+  for (int i = 0; i < 3000; ++i) {
+    std::string data;
+    if (i % 2 == 0) {
+      std::uniform_int_distribution<int> len(0, 64), byte(0, 255);
+      data.resize(std::size_t(len(gen)));
+      for (char& c : data)
+        c = static_cast<char>(byte(gen));
+      if (!data.empty() && i % 4 == 0) data[0] = '\x02';
+    } else {
+      // A valid stream with a few random bytes overwritten.
+      data = valid;
+      std::uniform_int_distribution<std::size_t> at(0, data.size() - 1);
+      std::uniform_int_distribution<int> byte(0, 255);
+      for (int k = 0; k < 3; ++k)
+        data[at(gen)] = static_cast<char>(byte(gen));
+    }
+    read_node(data);
+  }
+  SUCCEED();
+}
+
+}  // namespace
+}  // namespace kyo::test
