@@ -1,0 +1,121 @@
+#include <kyo/platform/ui_hooks.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "support/recording_ui.h"
+
+namespace {
+
+using kyo::test::recording_ui;
+using kyo::test::ui_event;
+
+// Puts /dev/null on standard input, so that the console default sees no terminal
+// even when the tests run from one.
+class no_terminal {
+ public:
+  no_terminal() : saved_(::dup(STDIN_FILENO)) {
+    const int null = ::open("/dev/null", O_RDONLY);
+    ::dup2(null, STDIN_FILENO);
+    ::close(null);
+  }
+  ~no_terminal() {
+    ::dup2(saved_, STDIN_FILENO);
+    ::close(saved_);
+  }
+
+ private:
+  int saved_;
+};
+
+TEST(console_ui, answers_without_a_terminal_and_writes_to_stderr) {
+  no_terminal stdin_is_not_a_tty;
+  struct row {
+    const char* name;
+    unsigned style;
+    const char* caption;
+    int result;
+    const char* written;
+  };
+  const row rows[] = {
+      {"ok box", kyo::mb_ok | kyo::mb_iconinformation, "Output", kyo::id_ok, "Output: 100%\n"},
+      {"empty caption is Error", kyo::mb_ok | kyo::mb_iconexclamation | kyo::mb_systemmodal, "",
+       kyo::id_ok, "Error: 100%\n"},
+      {"yes/no question says no", kyo::mb_yesno | kyo::mb_iconquestion, "Alarm", kyo::id_no,
+       "Alarm: 100%\n"},
+      {"ok/cancel says cancel", kyo::mb_okcancel, "Save", kyo::id_cancel, "Save: 100%\n"},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.name);
+    testing::internal::CaptureStderr();
+    const int result = kyo::message_box("100%", r.caption, r.style);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), r.written);
+    EXPECT_EQ(result, r.result);
+  }
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(kyo::ask_yes_no("Overwrite?", ""));
+  kyo::beep(kyo::mb_iconhand);
+  kyo::play_sound("media/bell.wav", kyo::snd_async);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error: Overwrite?\n\asound: media/bell.wav\n");
+}
+
+TEST(recording_ui, records_everything_in_order_and_answers_as_told) {
+  recording_ui ui;
+  EXPECT_EQ(kyo::message_box("a", "", kyo::mb_ok), kyo::id_ok);
+  EXPECT_EQ(kyo::message_box("b", "Q", kyo::mb_yesno | kyo::mb_iconquestion), kyo::id_yes);
+  EXPECT_TRUE(kyo::ask_yes_no("c", "Ask"));
+  kyo::beep(0);
+  kyo::play_sound("media/bell.wav", kyo::snd_async | kyo::snd_nodefault);
+  ui.answer_boxes(kyo::id_cancel);
+  ui.answer_questions(false);
+  EXPECT_EQ(kyo::message_box("d", "C", kyo::mb_okcancel), kyo::id_cancel);
+  EXPECT_FALSE(kyo::ask_yes_no("e", ""));
+
+  using k = ui_event::kind;
+  const std::vector<ui_event> expected = {
+      {k::message_box, "a", "Error", kyo::mb_ok},
+      {k::message_box, "b", "Q", kyo::mb_yesno | kyo::mb_iconquestion},
+      {k::question, "c", "Ask", 0},
+      {k::beep, "", "", 0},
+      {k::sound, "media/bell.wav", "", kyo::snd_async | kyo::snd_nodefault},
+      {k::message_box, "d", "C", kyo::mb_okcancel},
+      {k::question, "e", "Error", 0},
+  };
+  EXPECT_EQ(ui.events(), expected);
+  EXPECT_EQ(ui.events(k::question).size(), 2u);
+  ui.clear();
+  EXPECT_TRUE(ui.events().empty());
+}
+
+TEST(recording_ui, nested_recorders_restore_the_outer_one) {
+  recording_ui outer;
+  {
+    recording_ui inner;
+    kyo::beep(1);
+    EXPECT_EQ(inner.events().size(), 1u);
+  }
+  kyo::beep(2);
+  ASSERT_EQ(outer.events().size(), 1u);
+  EXPECT_EQ(outer.events()[0].style, 2u);
+}
+
+// A hook that only implements message boxes gets ask_yes_no as a yes/no box.
+TEST(ui_hooks, default_question_is_a_yes_no_box) {
+  struct boxes_only : kyo::ui_hooks {
+    unsigned style = 0;
+    int message_box(std::string_view, std::string_view, unsigned s) override {
+      style = s;
+      return kyo::id_yes;
+    }
+    void beep(unsigned) override {}
+  } hooks;
+  kyo::ui_hooks* previous = kyo::set_ui_hooks(&hooks);
+  EXPECT_TRUE(kyo::ask_yes_no("Go?", "Q"));
+  EXPECT_EQ(hooks.style, kyo::mb_yesno | kyo::mb_iconquestion);
+  EXPECT_EQ(kyo::set_ui_hooks(previous), &hooks);
+}
+
+}  // namespace

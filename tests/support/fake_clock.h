@@ -1,0 +1,53 @@
+// Settable clocks for tests: fake_tick replaces the millisecond tick counter and
+// fake_wall_clock the wall clock of get_local_time, each for its own lifetime;
+// the real clocks are back once they are destroyed.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+
+namespace kyo::test {
+
+/// Installs a tick source that returns a value the test sets.
+class fake_tick {
+ public:
+  explicit fake_tick(std::uint32_t start = 0);
+  ~fake_tick();
+  fake_tick(const fake_tick&) = delete;
+  fake_tick& operator=(const fake_tick&) = delete;
+
+  void set(std::uint32_t tick) { now_.store(tick); }
+  /// Moves the tick on by `ms`, wrapping at 2^32 like the real counter.
+  void advance(std::uint32_t ms) { now_.fetch_add(ms); }
+  std::uint32_t now() const { return now_.load(); }
+
+ private:
+  std::atomic<std::uint32_t> now_;
+};
+
+/// Installs a wall clock that stands still at a time the test sets.
+class fake_wall_clock {
+ public:
+  using time_point = std::chrono::system_clock::time_point;
+
+  explicit fake_wall_clock(time_point start);
+  ~fake_wall_clock();
+  fake_wall_clock(const fake_wall_clock&) = delete;
+  fake_wall_clock& operator=(const fake_wall_clock&) = delete;
+
+  void set(time_point t) { now_ns_.store(to_ns(t)); }
+  void advance(std::chrono::nanoseconds d) { now_ns_.fetch_add(d.count()); }
+  time_point now() const;
+
+  /// The instant of a UTC calendar date and time (month 1-12), e.g. utc(2024, 3, 31, 1, 0, 0).
+  static time_point utc(int year, int month, int day, int hour, int minute, int second,
+                        int millisecond = 0);
+
+ private:
+  static std::int64_t to_ns(time_point t);
+
+  std::atomic<std::int64_t> now_ns_;
+};
+
+}  // namespace kyo::test

@@ -1,0 +1,73 @@
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+namespace kyo::test {
+
+namespace {
+
+// A readable name that says which test left a folder behind after a crash.
+std::string folder_stem() {
+  std::string stem = "kyo-";
+  if (const testing::TestInfo* info = testing::UnitTest::GetInstance()->current_test_info()) {
+    stem += info->test_suite_name();
+    stem += '.';
+    stem += info->name();
+  } else {
+    stem += "test";
+  }
+  for (char& c : stem) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                       c == '-' || c == '.' || c == '_';
+    if (!plain) c = '_';
+  }
+  if (stem.size() > 80) stem.resize(80);
+  return stem;
+}
+
+}  // namespace
+
+temp_dir::temp_dir() {
+  std::string pattern =
+      (std::filesystem::temp_directory_path() / (folder_stem() + "-XXXXXX")).string();
+  if (::mkdtemp(pattern.data()) == nullptr) {
+    ADD_FAILURE() << "cannot create a temporary folder from " << pattern;
+    throw std::runtime_error("cannot create a temporary folder");
+  }
+  root_ = pattern;
+}
+
+temp_dir::~temp_dir() {
+  std::error_code ignored;
+  std::filesystem::remove_all(root_, ignored);
+}
+
+void temp_dir::write(std::string_view name, std::string_view bytes) const {
+  const std::filesystem::path target = path(name);
+  std::error_code ignored;
+  std::filesystem::create_directories(target.parent_path(), ignored);
+  write_file(target, bytes);
+}
+
+std::string temp_dir::read(std::string_view name) const {
+  return read_file(path(name));
+}
+
+void write_file(const std::filesystem::path& path, std::string_view bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!out) ADD_FAILURE() << "cannot write " << path;
+}
+
+std::string read_file(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace kyo::test
