@@ -1,0 +1,240 @@
+#include <kyo/core/angle.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <random>
+#include <string>
+#include <type_traits>
+
+namespace {
+
+using kyo::rad;
+
+constexpr double pi = std::numbers::pi;
+
+double deg(double d) {
+  return d * pi / 180;
+}
+
+std::string text(double degrees, const char* format) {
+  return rad(deg(degrees)).as_string(format);
+}
+
+// The bearing types never convert into each other without a convergence.
+static_assert(!std::is_convertible_v<kyo::true_bearing, kyo::grid_bearing>);
+static_assert(!std::is_convertible_v<kyo::grid_bearing, kyo::true_bearing>);
+static_assert(!std::is_constructible_v<kyo::grid_bearing, kyo::true_bearing>);
+static_assert(!std::is_constructible_v<kyo::true_bearing, kyo::grid_bearing>);
+static_assert(!std::is_assignable_v<kyo::grid_bearing&, kyo::true_bearing>);
+static_assert(!std::is_convertible_v<double, kyo::grid_bearing>);
+
+TEST(angle_format, ready_made_formats) {
+  struct row {
+    const char* what;
+    double degrees;
+    int format;
+    const char* expected;
+  };
+  const row rows[] = {
+      {"signed positive", 12.5, 0,
+       "+012\xB0"
+       "30.00000'"},
+      {"signed negative", -12.5, 0,
+       "-012\xB0"
+       "30.00000'"},
+      {"signed between -1 and 0 keeps its minus", -0.5, 0,
+       "-000\xB0"
+       "30.00000'"},
+      {"signed with seconds between -1 and 0", -0.5, 1,
+       "-000\xB0"
+       "30'00.000\""},
+      {"unsigned shows the magnitude", -12.5, 2,
+       "012\xB0"
+       "30.00000'"},
+      {"latitude south", -0.5, 4,
+       "00\xB0"
+       "30.00000'S"},
+      {"latitude north", 51.5, 4,
+       "51\xB0"
+       "30.00000'N"},
+      {"latitude with seconds", 51.5 + 29.9996 / 3600, 5,
+       "51\xB0"
+       "30'30.000\"N"},
+      {"longitude west", -(3 + 12.0 / 60 + 5.5 / 3600), 7,
+       "003\xB0"
+       "12'05.500\"W"},
+      {"longitude east", 179.25, 6,
+       "179\xB0"
+       "15.00000'E"},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.what);
+    EXPECT_EQ(text(r.degrees, rad::format_str[r.format]), r.expected);
+  }
+}
+
+TEST(angle_format, rounds_once_before_splitting) {
+  struct row {
+    const char* what;
+    double degrees;
+    const char* format;
+    const char* expected;
+  };
+  const row rows[] = {
+      {"minutes carry into degrees", 10.99999999, "%03d\xB0%08.5m'",
+       "011\xB0"
+       "00.00000'"},
+      {"just below the carry", 10.9999999, "%03d\xB0%08.5m'",
+       "010\xB0"
+       "59.99999'"},
+      {"59.999996 minutes", 12 + 59.999996 / 60, "%02d\xB0%08.5m'",
+       "13\xB0"
+       "00.00000'"},
+      {"seconds carry through minutes", 59 + 59.0 / 60 + 59.9996 / 3600, rad::format_str[3],
+       "060\xB0"
+       "00'00.000\""},
+      {"whole minutes truncate above seconds", 12 + 30.9 / 60, "%02d %02m %04.1s", "12 30 54.0"},
+      {"finest whole minutes round", 12 + 30.9 / 60, "%02d %02m", "12 31"},
+      {"degrees alone round", 12.7, "%03d", "013"},
+      {"decimal degrees", 12.34, "%5.1d", " 12.3"},
+      {"no wrap at 360", 359.96, "%5.1d\xB0T", "360.0\xB0T"},
+      {"decimal latitude", -33.8688197, "%10.7d\xB0%1h", "33.8688197\xB0S"},
+      {"first of equal ranks decides", 12 + 30.44 / 60, "%02m|%04.1m", "30|30.0"},
+      {"negative rounding to zero keeps the minus", -1e-8, rad::format_str[0],
+       "-000\xB0"
+       "00.00000'"},
+      {"floating signed zero", -0.01, "%+6.1d", "  -0.0"},
+      {"minus flag is a sign, not left alignment", -0.4, "%-3d", " -0"},
+      {"minus flag with whole degrees", -1.7, "%-d", "-2"},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.what);
+    EXPECT_EQ(text(r.degrees, r.format), r.expected);
+  }
+}
+
+TEST(angle_format, hemisphere_letters) {
+  struct row {
+    const char* what;
+    double radians;
+    const char* expected;
+  };
+  const row rows[] = {
+      {"zero", 0.0, "+NE"},
+      {"negative zero", -0.0, "+NE"},
+      {"positive", 0.1, "+NE"},
+      {"negative", -1e-300, "-SW"},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.what);
+    EXPECT_EQ(rad(r.radians).as_string("%h%1h%2h"), r.expected);
+    EXPECT_EQ(rad(r.radians).as_string("%0h"), std::string(1, r.expected[0]));
+  }
+}
+
+TEST(angle_format, hostile_formats_give_visible_safe_results) {
+  struct row {
+    const char* what;
+    double degrees;
+    std::string format;
+    std::string expected;
+  };
+  const std::string full = "%03d" + std::string(28, 'x');
+  const row rows[] = {
+      {"percent pair", 5, "%d%%", "5%"},
+      {"six characters before the letter", 12, "%123456d|%d", "%123456d|12"},
+      {"unknown letter", 12, "%q %5x %d", "%q %5x 12"},
+      {"hemisphere digit out of range", -1, "%3h%+h%12h", "%3h%+h%12h"},
+      {"percent at the end", 12, "abc%", "abc%"},
+      {"directive cut by the end", 12, "%d %12", "12 %12"},
+      {"width above the cap", 12, "%9999d", "%9999d"},
+      {"precision above the cap", 12, "%.9999d", "%.9999d"},
+      {"precision 400 is cut at 31", 0, "%.400d", "0." + std::string(29, '0')},
+      {"other characters are ignored", 12, "%# 3d", " 12"},
+      {"exactly 31 characters", 12, full, "012" + std::string(28, 'x')},
+      {"one more is cut", 12, full + "y", "012" + std::string(28, 'x')},
+      {"hundreds of directives", 7,
+       [] {
+         std::string f;
+         for (int i = 0; i < 300; ++i)
+           f += "%d";
+         return f;
+       }(),
+       std::string(31, '7')},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.what);
+    EXPECT_EQ(text(r.degrees, r.format.c_str()), r.expected);
+  }
+  EXPECT_EQ(rad(1).as_string(static_cast<const char*>(nullptr)), "");
+  EXPECT_EQ(rad(std::numeric_limits<double>::quiet_NaN()).as_string("%03d"), "nan");
+  EXPECT_EQ(rad(-std::numeric_limits<double>::infinity()).as_string("%+04d"), "-inf");
+  EXPECT_EQ(rad(1e308).as_string("%02m"), "nan") << "degrees overflow to infinity";
+}
+
+// Random and hostile formats never fault and never exceed the buffer (run under the sanitizers).
+TEST(angle_format, random_formats_stay_within_the_buffer) {
+  std::mt19937 gen(4242);
+  const std::string alphabet = "%%%%dmsh+-.0123456789 #qxX\xB0'\"NSEW";
+  const double values[] = {0,
+                           -0.0,
+                           1e-9,
+                           -1e-9,
+                           0.5,
+                           -0.5,
+                           3.14159,
+                           -2.5,
+                           1e10,
+                           1e300,
+                           -1e300,
+                           std::numeric_limits<double>::quiet_NaN(),
+                           std::numeric_limits<double>::infinity()};
+  for (int i = 0; i < 3000; ++i) {
+    const std::size_t len = std::uniform_int_distribution<std::size_t>(0, 120)(gen);
+    std::string format;
+    for (std::size_t k = 0; k < len; ++k) {
+      format += alphabet[std::uniform_int_distribution<std::size_t>(0, alphabet.size() - 1)(gen)];
+    }
+    if (i % 10 == 0) format += std::string(std::uniform_int_distribution<int>(1, 600)(gen), '9');
+    const double v = values[static_cast<std::size_t>(i) % std::size(values)];
+    EXPECT_LE(rad(v).as_string(format.c_str()).size(), rad::max_text) << format;
+  }
+}
+
+TEST(angle, bearings_and_their_differences) {
+  EXPECT_EQ(kyo::grid_bearing(0.0, 0.0).value(), 0);
+  EXPECT_DOUBLE_EQ(kyo::grid_bearing(-1.0, 0.0).value(), 3 * pi / 2);
+  EXPECT_DOUBLE_EQ(kyo::grid_bearing(1.0, 1.0).value(), pi / 4);
+  EXPECT_EQ(kyo::true_bearing(-1e-300, 1.0).value(), 0) << "never 2 pi";
+
+  const kyo::grid_bearing g10(deg(10));
+  const kyo::grid_bearing g350(deg(350));
+  EXPECT_NEAR(g10.diff(g350), deg(20), 1e-12);
+  EXPECT_NEAR(g350.diff(g10), deg(-20), 1e-12);
+  EXPECT_EQ(kyo::grid_bearing(pi).diff(kyo::grid_bearing(0.0)), pi) << "exactly pi stays pi";
+
+  const kyo::true_bearing t(deg(10));
+  const kyo::grid_bearing g(t, deg(12));
+  EXPECT_NEAR(g.value(), deg(358), 1e-12);
+  EXPECT_NEAR(kyo::true_bearing(g, deg(12)).value(), deg(10), 1e-12);
+  EXPECT_NEAR(kyo::true_bearing(deg(-90)).value(), deg(270), 1e-12);
+  EXPECT_EQ(kyo::grid_bearing(deg(45)).as_string("%5.1d\xB0G"), " 45.0\xB0G");
+}
+
+TEST(angle, normalizing_and_differences) {
+  EXPECT_NEAR(kyo::elevation(deg(100)).normalize(), deg(80), 1e-12);
+  EXPECT_NEAR(kyo::elevation(deg(-100)).normalize(), deg(-80), 1e-12);
+  EXPECT_NEAR(kyo::elevation(deg(460)).normalize(), deg(80), 1e-12);
+  EXPECT_NEAR(rad(3 * pi / 2).normalize(), -pi / 2, 1e-12);
+  EXPECT_EQ(rad(pi).normalize(), -pi) << "the range is [-pi, pi)";
+
+  EXPECT_NEAR(rad(deg(350)).difference(deg(10)), deg(-20), 1e-12);
+  EXPECT_NEAR(rad(deg(10)).difference(deg(350)), deg(20), 1e-12);
+  EXPECT_NEAR(rad(deg(-350)).difference(deg(10)), 0, 1e-12) << "reduced keeping the sign";
+  EXPECT_NEAR(rad(deg(730)).difference(deg(5)), deg(5), 1e-12);
+}
+
+}  // namespace
