@@ -58,7 +58,7 @@ double auto_scale(double x) {
 int full_prec(double value, char* buffer, int width) {
   if (buffer == nullptr || width < 1) return 0;
   const auto finish = [buffer](std::string_view text) {
-    std::memcpy(buffer, text.data(), text.size());
+    if (!text.empty()) std::memcpy(buffer, text.data(), text.size());
     buffer[text.size()] = '\0';
     return static_cast<int>(text.size());
   };
