@@ -4,5 +4,14 @@
 #include <kyo/kyoutils_export.h>
 
 // core
+#include <kyo/core/angle.h>
+#include <kyo/core/error_message.h>
+#include <kyo/core/filepath.h>
+#include <kyo/core/font_table.h>
+#include <kyo/core/geometry.h>
+#include <kyo/core/numbers.h>
 #include <kyo/core/object_stream.h>
+#include <kyo/core/printf_format.h>
+#include <kyo/core/string_array.h>
+#include <kyo/core/string_resources.h>
 #include <kyo/core/version.h>
