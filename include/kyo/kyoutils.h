@@ -15,3 +15,11 @@
 #include <kyo/core/string_array.h>
 #include <kyo/core/string_resources.h>
 #include <kyo/core/version.h>
+
+// platform
+#include <kyo/platform/local_time.h>
+#include <kyo/platform/message_format.h>
+#include <kyo/platform/path_map.h>
+#include <kyo/platform/profile.h>
+#include <kyo/platform/tick.h>
+#include <kyo/platform/ui_hooks.h>
