@@ -34,11 +34,11 @@ bool is_digit(char c) {
 }
 
 // Parses the text between the '!'s; nullopt for anything but exactly one conversion.
-std::optional<conversion> parse_conversion(std::string_view spec) {
+std::optional<conversion> parse_conversion(std::string_view directive) {
   conversion conv;
   std::size_t i = 0;
-  for (; i < spec.size(); ++i) {
-    const char c = spec[i];
+  for (; i < directive.size(); ++i) {
+    const char c = directive[i];
     if (c == '-') {
       conv.left = true;
     } else if (c == '+') {
@@ -55,19 +55,19 @@ std::optional<conversion> parse_conversion(std::string_view spec) {
   }
   auto read_number = [&](int& value) {
     value = 0;
-    while (i < spec.size() && is_digit(spec[i])) {
+    while (i < directive.size() && is_digit(directive[i])) {
       // Stop growing past the cap; the caller rejects the value anyway.
-      if (value <= max_field) value = value * 10 + (spec[i] - '0');
+      if (value <= max_field) value = value * 10 + (directive[i] - '0');
       ++i;
     }
   };
   read_number(conv.width);
-  if (i < spec.size() && spec[i] == '.') {
+  if (i < directive.size() && directive[i] == '.') {
     ++i;
     read_number(conv.precision);
   }
   if (conv.width > max_field || conv.precision > max_field) return std::nullopt;
-  const std::string_view rest = spec.substr(i);
+  const std::string_view rest = directive.substr(i);
   static constexpr std::string_view lengths[] = {"hh", "h", "ll", "l", "I64", "I32",
                                                  "I",  "z", "j",  "t", "L",   "q"};
   std::string_view type = rest;
@@ -241,8 +241,8 @@ std::string format_floating(const conversion& conv, double value) {
   return pad(conv, sign, {}, body, true);
 }
 
-std::string convert(const message_arg& arg, std::string_view spec) {
-  const std::optional<conversion> conv = parse_conversion(spec);
+std::string convert(const message_arg& arg, std::string_view directive) {
+  const std::optional<conversion> conv = parse_conversion(directive);
   if (!conv) return plain_text(arg);
   if (conv->type == 's') {
     std::string text = plain_text(arg);
@@ -300,18 +300,18 @@ std::string format_message_args(std::string_view format, std::span<const message
         number = number * 10 + static_cast<std::size_t>(format[end] - '0');
         ++end;
       }
-      std::optional<std::string_view> spec;
+      std::optional<std::string_view> directive;
       if (end < n && format[end] == '!') {
         const std::size_t close = format.find('!', end + 1);
         if (close != std::string_view::npos) {
-          spec = format.substr(end + 1, close - end - 1);
+          directive = format.substr(end + 1, close - end - 1);
           end = close + 1;
         }
       }
       if (number > args.size()) {
         out.append(format.substr(i, end - i));
-      } else if (spec) {
-        out += convert(args[number - 1], *spec);
+      } else if (directive) {
+        out += convert(args[number - 1], *directive);
       } else {
         out += plain_text(args[number - 1]);
       }
