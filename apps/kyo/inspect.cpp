@@ -1,12 +1,277 @@
+// kyo inspect: shows a configuration file's header and lists the object
+// records that follow it, using only the stream's own framing, so no class
+// needs to be known.
+#include <cstdint>
+#include <fstream>
+#include <optional>
 #include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <kyo/core/object_stream.h>
+#include <kyo/platform/path_map.h>
 
 #include "kyo/commands.h"
 
 namespace kyo::cli {
 
-int run_inspect(args_t, std::ostream&, std::ostream& err) {
-  err << "kyo inspect: not built yet\n";
-  return exit_failure;
+namespace {
+
+namespace sf = stream_format;
+
+constexpr std::uint64_t max_file_size = 512ull << 20;
+
+const char* const inspect_usage =
+    "usage: kyo inspect FILE\n\n"
+    "Shows the header of a configuration file (signature, version, marker) when it\n"
+    "has one, then lists the object records of its stream: class names, versions,\n"
+    "sizes, data segments, null pointers and references to earlier objects.\n"
+    "A shape library's index is listed too. No class needs to be known.\n";
+
+std::string escaped(std::string_view s) {
+  std::string out = "\"";
+  for (unsigned char c : s) {
+    if (c == '"' || c == '\\') {
+      out += '\\';
+      out += char(c);
+    } else if (c >= 0x20 && c != 0x7F) {
+      out += char(c);
+    } else {
+      constexpr char hex[] = "0123456789abcdef";
+      out += "\\x";
+      out += hex[c >> 4];
+      out += hex[c & 15];
+    }
+  }
+  return out + '"';
+}
+
+/// Walks the bytes of a stream, listing what it finds. Every step checks the
+/// bounds it reads within, so a corrupt file ends the listing with a message.
+class lister {
+ public:
+  lister(const std::string& data, std::ostream& out) : data_(data), out_(out) {}
+
+  [[nodiscard]] const std::string& error() const { return error_; }
+
+  /// Reads a header: signature, NUL, 8-byte version, 0x1A. Returns the offset
+  /// behind it, or nothing when the file does not start with one.
+  std::optional<std::uint64_t> header() {
+    const std::size_t nul = data_.find('\0');
+    if (nul == 0 || nul == std::string::npos || nul > 255 || nul + 10 > data_.size()) {
+      return std::nullopt;
+    }
+    for (std::size_t i = 0; i < nul; ++i) {
+      const auto c = static_cast<unsigned char>(data_[i]);
+      if (c < 0x20 || c == 0x7F) return std::nullopt;
+    }
+    if (static_cast<unsigned char>(data_[nul + 9]) != 0x1A) return std::nullopt;
+    const std::string version_field = data_.substr(nul + 1, 8);
+    const std::string version = version_field.substr(0, version_field.find('\0'));
+    out_ << "header: signature " << escaped(data_.substr(0, nul)) << ", version " << escaped(version)
+         << ", marker 0x1a (" << nul + 10 << " bytes)\n";
+    return nul + 10;
+  }
+
+  /// Lists top-level items from `pos` up to `end`; stops at bytes that are no item.
+  std::uint64_t items(std::uint64_t pos, std::uint64_t end) {
+    while (pos < end && error_.empty()) {
+      const auto tag = static_cast<unsigned char>(data_[pos]);
+      if (tag > sf::scoped_object_tag) break;
+      out_ << '@' << pos << ' ';
+      if (!item(pos, end, 0)) break;
+    }
+    return pos;
+  }
+
+  /// Lists a shape library's index at `pos`: items with name, type, flag and
+  /// cross-reference, then the positions of the stored objects.
+  bool library_index(std::uint64_t pos) {
+    std::uint32_t count = 0;
+    if (!word(pos, data_.size(), count)) return false;
+    out_ << "index @" << pos - 4 << ": " << count << " item(s)\n";
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::string name;
+      std::uint32_t type = 0, flag = 0, xref = 0;
+      if (!string(pos, data_.size(), name) || !word(pos, data_.size(), type) ||
+          !word(pos, data_.size(), flag) || !word(pos, data_.size(), xref)) {
+        return false;
+      }
+      out_ << "  item " << i << ": " << escaped(name) << " type " << std::int32_t(type) << " flag "
+           << (flag != 0) << " xref " << std::int32_t(xref) << '\n';
+    }
+    std::uint32_t positions = 0;
+    if (!word(pos, data_.size(), positions)) return false;
+    out_ << "  " << positions << " position(s):";
+    for (std::uint32_t i = 0; i < positions; ++i) {
+      std::uint32_t p = 0;
+      if (!word(pos, data_.size(), p)) return false;
+      out_ << ' ' << p;
+    }
+    out_ << '\n';
+    return true;
+  }
+
+  bool word(std::uint64_t& pos, std::uint64_t end, std::uint32_t& v) {
+    if (end < 4 || pos > end - 4) return fail(pos, "unexpected end of data");
+    v = 0;
+    for (int i = 0; i < 4; ++i) {
+      v |= std::uint32_t(static_cast<unsigned char>(data_[pos + i])) << (8 * i);
+    }
+    pos += 4;
+    return true;
+  }
+
+ private:
+  bool fail(std::uint64_t pos, const std::string& what) {
+    if (error_.empty()) error_ = what + " at offset " + std::to_string(pos);
+    return false;
+  }
+
+  bool string(std::uint64_t& pos, std::uint64_t end, std::string& s) {
+    std::uint32_t length = 0;
+    if (!word(pos, end, length)) return false;
+    if (length == sf::null_string) {
+      s = "(null)";
+      return true;
+    }
+    if (length > end - pos) return fail(pos, "string runs past the end");
+    s = data_.substr(pos, length);
+    pos += length;
+    return true;
+  }
+
+  void indent(int depth) { out_ << std::string(std::size_t(depth) * 2, ' '); }
+
+  bool item(std::uint64_t& pos, std::uint64_t end, int depth) {
+    if (depth > sf::max_depth) return fail(pos, "objects nested too deeply");
+    const std::uint64_t at = pos;
+    const auto tag = static_cast<unsigned char>(data_[pos++]);
+    switch (tag) {
+      case sf::null_tag:
+        out_ << "null\n";
+        return true;
+      case sf::reference_tag: {
+        std::uint32_t id = 0;
+        if (!word(pos, end, id)) return false;
+        out_ << "-> #" << id;
+        if (id < classes_.size()) {
+          out_ << " (" << classes_[id] << ")\n";
+          return true;
+        }
+        out_ << '\n';
+        return fail(at, "reference to an object not in the stream");
+      }
+      case sf::object_tag:
+      case sf::scoped_object_tag: {
+        if (tag == sf::scoped_object_tag) {
+          if (depth > 0) return fail(at, "self-contained record inside another object");
+          classes_.clear();
+        }
+        std::string name;
+        std::uint32_t name_length = 0, version = 0, length = 0;
+        if (!word(pos, end, name_length)) return false;
+        if (name_length == 0 || name_length > sf::max_class_name || name_length > end - pos) {
+          return fail(at, "bad class name length");
+        }
+        name = data_.substr(pos, name_length);
+        pos += name_length;
+        if (!word(pos, end, version) || !word(pos, end, length)) return false;
+        if (length > end - pos) return fail(at, "record of '" + name + "' runs past its end");
+        const std::size_t id = classes_.size();
+        classes_.push_back(name);
+        out_ << "#" << id << ' ' << escaped(name) << " v" << version << ", " << length << " bytes"
+             << (tag == sf::scoped_object_tag ? " (self-contained)" : "") << '\n';
+        const std::uint64_t body_end = pos + length;
+        while (pos < body_end) {
+          indent(depth + 1);
+          if (static_cast<unsigned char>(data_[pos]) == sf::data_tag) {
+            std::uint32_t n = 0;
+            const std::uint64_t seg = pos++;
+            if (!word(pos, body_end, n)) return false;
+            if (n == 0 || n > body_end - pos) return fail(seg, "bad data segment length");
+            out_ << "data " << n << " bytes\n";
+            pos += n;
+          } else if (!item(pos, body_end, depth + 1)) {
+            return false;
+          }
+        }
+        return true;
+      }
+      default:
+        return fail(at, "unknown tag " + std::to_string(tag));
+    }
+  }
+
+  const std::string& data_;
+  std::ostream& out_;
+  std::string error_;
+  std::vector<std::string> classes_;
+};
+
+}  // namespace
+
+int run_inspect(args_t args, std::ostream& out, std::ostream& err) {
+  if (wants_help(args)) {
+    out << inspect_usage;
+    return exit_ok;
+  }
+  if (args.size() != 1) {
+    err << "kyo inspect: expected one FILE\n\n" << inspect_usage;
+    return exit_usage;
+  }
+  const std::string path = native_path(args[0]);
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
+  if (!file) {
+    err << "kyo inspect: cannot open '" << args[0] << "'\n";
+    return exit_failure;
+  }
+  const std::streamoff size = file.tellg();
+  if (size < 0 || std::uint64_t(size) > max_file_size) {
+    err << "kyo inspect: '" << args[0] << "' is not a readable file of at most 512 MiB\n";
+    return exit_failure;
+  }
+  std::string data(static_cast<std::size_t>(size), '\0');
+  file.seekg(0);
+  if (!file.read(data.data(), size)) {
+    err << "kyo inspect: cannot read '" << args[0] << "'\n";
+    return exit_failure;
+  }
+
+  out << "file: " << args[0] << " (" << data.size() << " bytes)\n";
+  lister list(data, out);
+  std::uint64_t pos = 0;
+  if (auto behind = list.header()) {
+    pos = *behind;
+  } else {
+    out << "header: none\n";
+  }
+
+  // A shape library keeps the position of its index right behind the header.
+  std::uint64_t index_at = 0;
+  if (pos > 0 && data.size() >= pos + 4 && static_cast<unsigned char>(data[pos]) > 3) {
+    std::uint64_t p = pos;
+    std::uint32_t at = 0;
+    if (list.word(p, data.size(), at) && at >= pos + 4 && at <= data.size()) {
+      out << "index position: " << at << '\n';
+      index_at = at;
+      pos += 4;
+    }
+  }
+
+  const std::uint64_t end = index_at != 0 ? index_at : data.size();
+  pos = list.items(pos, end);
+  if (list.error().empty() && index_at != 0 && pos == index_at) {
+    list.library_index(index_at);
+  } else if (list.error().empty() && pos < data.size()) {
+    out << "unrecognised data: " << data.size() - pos << " bytes at offset " << pos << '\n';
+  }
+  if (!list.error().empty()) {
+    err << "kyo inspect: " << list.error() << '\n';
+    return exit_failure;
+  }
+  return exit_ok;
 }
 
 }  // namespace kyo::cli

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "core/object_stream_types.h"
+#include "support/temp_dir.h"
 
 namespace kyo::test {
 namespace {
@@ -267,7 +268,8 @@ TEST(object_stream, unregistered_class_fails_the_writer) {
 }
 
 TEST(object_stream, files_keep_or_truncate_on_request) {
-  const std::string path = testing::TempDir() + "object_stream_keep.bin";
+  temp_dir dir;
+  const std::string path = dir.file("keep.bin");
   {
     ofpstream os(path);
     os.writeWord32(0x11111111);
@@ -293,7 +295,6 @@ TEST(object_stream, files_keep_or_truncate_on_request) {
   ifpstream missing(path + ".none");
   EXPECT_TRUE(missing.fail());
   EXPECT_EQ(missing.readWord32(), 0u);
-  std::remove(path.c_str());
 }
 
 }  // namespace
