@@ -9,6 +9,8 @@
 #include <ostream>
 #include <typeindex>
 
+#include <kyo/platform/path_map.h>
+
 namespace kyo {
 
 namespace sf = stream_format;
@@ -680,14 +682,15 @@ ofpstream::~ofpstream() {
 
 void ofpstream::open(const std::string& path, open_mode mode) {
   close();
+  const std::string native = native_path(path);
   if (mode == open_mode::keep) {
-    file_.open(path, std::ios_base::in | std::ios_base::out | std::ios_base::binary);
+    file_.open(native, std::ios_base::in | std::ios_base::out | std::ios_base::binary);
     if (!file_.is_open()) {
       file_.clear();
-      file_.open(path, std::ios_base::out | std::ios_base::binary);
+      file_.open(native, std::ios_base::out | std::ios_base::binary);
     }
   } else {
-    file_.open(path, std::ios_base::out | std::ios_base::trunc | std::ios_base::binary);
+    file_.open(native, std::ios_base::out | std::ios_base::trunc | std::ios_base::binary);
   }
   if (!file_.is_open()) setstate(stream_failbit | stream_hardfail, "cannot open '" + path + "'");
 }
@@ -709,7 +712,7 @@ ifpstream::~ifpstream() = default;
 void ifpstream::open(const std::string& path) {
   if (file_.is_open()) file_.close();
   file_.clear();
-  file_.open(path, std::ios_base::in | std::ios_base::binary);
+  file_.open(native_path(path), std::ios_base::in | std::ios_base::binary);
   if (!file_.is_open()) {
     attach(nullptr);
     setstate(stream_failbit | stream_hardfail, "cannot open '" + path + "'");

@@ -301,7 +301,8 @@ class KYO_EXPORT ipstream {
   std::vector<streamable*> objects_;
 };
 
-/// An opstream on a file of its own.
+/// An opstream on a file of its own. Paths are DOS-style texts or native paths;
+/// they are opened through native_path().
 class KYO_EXPORT ofpstream : public opstream {
  public:
   /// truncate: the file is emptied; keep: an existing file keeps its bytes
@@ -320,7 +321,7 @@ class KYO_EXPORT ofpstream : public opstream {
   std::fstream file_;
 };
 
-/// An ipstream on a file of its own.
+/// An ipstream on a file of its own, opened through native_path().
 class KYO_EXPORT ifpstream : public ipstream {
  public:
   ifpstream();
