@@ -191,8 +191,9 @@ void remember(const std::string& path, const file_identity& identity,
               std::shared_ptr<const parsed_file> parsed) {
   cache.remove_if([&](const cached_file& c) { return c.path == path; });
   cache.push_front({path, identity, std::move(parsed)});
-  while (cache.size() > profile_cache_files)
+  while (cache.size() > profile_cache_files) {
     cache.pop_back();
+  }
 }
 
 void forget(const std::string& path) {
@@ -240,12 +241,15 @@ load_result load(const std::string& path) {
     ::close(fd);
     return {nullptr, errno_code(e)};
   }
-  // Read at most one byte more than allowed, so a file that grew meanwhile is
-  // noticed without reading all of it.
+  // Read to the end, but never more than one byte past the limit: a file that
+  // grew since fstat is read whole or refused, never cut short.
   std::string bytes;
-  bytes.resize(std::min<std::uint64_t>(opened.st_size, profile_max_file_size) + 1);
   std::size_t got = 0;
-  while (got < bytes.size()) {
+  while (got <= profile_max_file_size) {
+    if (bytes.size() == got) {
+      const std::size_t wanted = got == 0 ? static_cast<std::size_t>(opened.st_size) + 1 : got * 2;
+      bytes.resize(std::min(wanted, profile_max_file_size + 1));
+    }
     const ssize_t n = ::read(fd, bytes.data() + got, bytes.size() - got);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) {
@@ -257,16 +261,18 @@ load_result load(const std::string& path) {
     got += static_cast<std::size_t>(n);
   }
   ::close(fd);
-  if (got > profile_max_file_size)
+  if (got > profile_max_file_size) {
     return {nullptr, std::make_error_code(std::errc::file_too_large)};
+  }
   bytes.resize(got);
   auto parsed = std::make_shared<parsed_file>();
   parsed->lines = split_lines(bytes);
   index_lines(*parsed);
   // Only a file whose size matches what was read is cached; one that changed
   // while being read is parsed again next time.
-  if (static_cast<std::uint64_t>(opened.st_size) == got)
+  if (static_cast<std::uint64_t>(opened.st_size) == got) {
     remember(path, identity_of(opened), parsed);
+  }
   return {parsed, {}};
 }
 
