@@ -69,8 +69,8 @@ class lister {
     if (static_cast<unsigned char>(data_[nul + 9]) != 0x1A) return std::nullopt;
     const std::string version_field = data_.substr(nul + 1, 8);
     const std::string version = version_field.substr(0, version_field.find('\0'));
-    out_ << "header: signature " << escaped(data_.substr(0, nul)) << ", version " << escaped(version)
-         << ", marker 0x1a (" << nul + 10 << " bytes)\n";
+    out_ << "header: signature " << escaped(data_.substr(0, nul)) << ", version "
+         << escaped(version) << ", marker 0x1a (" << nul + 10 << " bytes)\n";
     return nul + 10;
   }
 
