@@ -8,6 +8,7 @@
 #include <kyo/core/numbers.h>
 #include <kyo/core/printf_format.h>
 #include <kyo/platform/local_time.h>
+#include <kyo/time/time_manager.h>
 
 namespace kyo {
 
@@ -296,7 +297,8 @@ double timedate::get_current_time() {
 }
 
 timedate& timedate::set_current() {
-  value_ = get_current_time();
+  value_ =
+      time_manager::artificial_time_on() ? time_manager::artificial_time() : get_current_time();
   return *this;
 }
 

@@ -42,9 +42,9 @@ class KYO_EXPORT timedate {
   [[nodiscard]] constexpr double value() const noexcept { return value_; }
 
   /// The present local date and time of the wall clock (kyo::get_local_time), milliseconds
-  /// included, as seconds since 1901.
+  /// included, as seconds since 1901. Ignores artificial time; set_current honours it.
   [[nodiscard]] static double get_current_time();
-  /// Becomes get_current_time().
+  /// Becomes the time manager's artificial time while it is on, else get_current_time().
   timedate& set_current();
 
   /// The local date.
