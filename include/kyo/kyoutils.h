@@ -23,3 +23,9 @@
 #include <kyo/platform/profile.h>
 #include <kyo/platform/tick.h>
 #include <kyo/platform/ui_hooks.h>
+
+// time
+#include <kyo/time/clock_tick.h>
+#include <kyo/time/date.h>
+#include <kyo/time/time_manager.h>
+#include <kyo/time/timedate.h>
