@@ -1,0 +1,205 @@
+// Servers and clients: slots, notification order, the child tree, copies, dirtiness,
+// and locking under two threads.
+#include <kyo/notify/server.h>
+#include <kyo/notify/server_list.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <iostream>
+#include <latch>
+#include <thread>
+
+#include "support/recording_client.h"
+
+namespace kyo::test {
+namespace {
+
+/// A server that writes its parent notifications and its destruction to a journal.
+class probe_server : public server {
+ public:
+  probe_server(server* parent, const std::string& name, notification_journal& journal)
+      : server(parent, name), journal_(journal) {}
+  ~probe_server() override { journal_.add("deleted " + get_name(), 0); }
+
+  void parent_notify(server& source, int code, long arg) override {
+    journal_.add(get_name() + " told by " + source.get_name(), code);
+    server::parent_notify(source, code, arg);
+  }
+
+ private:
+  notification_journal& journal_;
+};
+
+std::vector<std::string> child_names(const server& s) {
+  std::vector<std::string> names;
+  for (server* c = s.next(nullptr); c != nullptr; c = s.next(c))
+    names.push_back(c->get_name());
+  return names;
+}
+
+TEST(server, attaches_once_and_reuses_the_first_empty_slot) {
+  notification_journal journal;
+  recording_client a("a", journal), b("b", journal), c("c", journal), d("d", journal);
+  server s(nullptr, "s");
+  s.attach_client(a);
+  s.attach_client(b);
+  s.attach_client(c);
+  s.attach_client(a);
+  EXPECT_EQ(s.client_slots(), 3u);
+
+  s.detach_client(d);  // not attached: nothing happens
+  s.detach_client(b);
+  s.detach_client(a);
+  s.attach_client(d);  // takes slot 0, before c
+  EXPECT_EQ(s.client_slots(), 3u);
+  s.notify_clients(7, 0, false);
+  EXPECT_EQ(journal.entries(), (std::vector<std::string>{"d:7", "c:7"}));
+}
+
+TEST(server, tells_the_parent_first_and_only_when_asked) {
+  notification_journal journal;
+  probe_server top(nullptr, "top", journal);
+  probe_server mid(&top, "mid", journal);
+  server leaf(&mid, "leaf");
+  recording_client watcher("client", journal);
+  leaf.attach_client(watcher);
+
+  leaf.notify_clients(5, 99, false);
+  EXPECT_EQ(journal.entries(), (std::vector<std::string>{"client:5"}));
+
+  journal.clear();
+  leaf.notify_clients(6, 99, true);
+  // Each step up names the server it came from.
+  EXPECT_EQ(journal.entries(),
+            (std::vector<std::string>{"mid told by leaf:6", "top told by mid:6", "client:6"}));
+  EXPECT_EQ(watcher.received().back(), (notification{&leaf, 6, 99}));
+}
+
+TEST(server, clients_may_call_back_and_change_the_slots_while_notified) {
+  server s(nullptr, "s");
+  recording_client first, second, late, extra;
+  first.on_notify([&](server& src, int, long) {
+    EXPECT_EQ(src.get_name(), "s");  // the lock is re-entrant
+    src.detach_client(second);
+    src.attach_client(late);   // takes second's slot, within this round
+    src.attach_client(extra);  // appended: waits for the next round
+  });
+  s.attach_client(first);
+  s.attach_client(second);
+  s.notify_clients(1, 0, false);
+  EXPECT_EQ(second.count(), 0u);
+  EXPECT_EQ(late.codes(), std::vector<int>{1});
+  EXPECT_EQ(extra.count(), 0u);
+  s.notify_clients(2, 0, false);
+  EXPECT_EQ(extra.codes(), std::vector<int>{2});
+}
+
+TEST(server, deletes_children_last_first_and_survives_a_child_deleted_alone) {
+  notification_journal journal;
+  auto* top = new probe_server(nullptr, "top", journal);
+  new probe_server(top, "a", journal);
+  auto* b = new probe_server(top, "b", journal);
+  new probe_server(top, "c", journal);
+  new probe_server(b, "b1", journal);
+
+  delete b;
+  EXPECT_EQ(child_names(*top), (std::vector<std::string>{"a", "c"}));
+  journal.clear();
+  delete top;
+  EXPECT_EQ(journal.entries(),
+            (std::vector<std::string>{"deleted top:0", "deleted c:0", "deleted a:0"}));
+}
+
+TEST(server, set_parent_keeps_the_order_for_the_same_parent_and_refuses_loops) {
+  server p(nullptr, "p");
+  server* x = new server(&p, "x");
+  server* y = new server(&p, "y");
+  server* z = new server(y, "z");
+  EXPECT_TRUE(x->set_parent(&p));
+  EXPECT_EQ(child_names(p), (std::vector<std::string>{"x", "y"}));
+  EXPECT_FALSE(y->set_parent(y));
+  EXPECT_FALSE(y->set_parent(z));
+  EXPECT_EQ(y->get_parent(), &p);
+}
+
+TEST(server, copy_takes_the_name_only_and_assignment_keeps_the_links) {
+  server top(nullptr, "top");
+  server original(&top, "original");
+  new server(&original, "child");
+  recording_client watcher;
+  original.attach_client(watcher);
+  original.set_dirty(true);
+
+  server copy(original);
+  EXPECT_EQ(copy.get_name(), "original");
+  EXPECT_EQ(copy.get_parent(), nullptr);
+  EXPECT_EQ(copy.next(nullptr), nullptr);
+  EXPECT_EQ(copy.client_slots(), 0u);
+  EXPECT_FALSE(copy.is_dirty());
+
+  original.set_dirty(false);
+  original = server(nullptr, "other");
+  EXPECT_EQ(original.get_name(), "other");
+  EXPECT_EQ(original.get_parent(), &top);
+  EXPECT_EQ(child_names(original), std::vector<std::string>{"child"});
+  EXPECT_EQ(original.client_slots(), 1u);
+  EXPECT_TRUE(top.is_dirty()) << "a dirty child makes its parent dirty";
+}
+
+// A member notifying through its list (child lock, then the list's) while another thread
+// works on the list and its parent (the list's lock, then looking at members) must not
+// deadlock: no operation may hold a parent's lock while it waits for a child's.
+TEST(server_threads, a_child_and_its_parent_notifying_at_once_do_not_deadlock) {
+  constexpr int rounds = 100000;
+  auto* top = new server(nullptr, "top");
+  auto* list = new server_list(top, "list", 3, 1, 1, 2, 3);
+  auto* member = new server(nullptr, "member");
+  ASSERT_TRUE(list->add_at(*member, 0));
+  auto* on_list = new recording_client;
+  auto* on_member = new recording_client;
+  list->attach_client(*on_list);
+  member->attach_client(*on_member);
+  list->set_dirty(false);  // so that is_dirty asks down to the member
+
+  std::latch start(2);
+  std::promise<void> child_done, parent_done;
+  std::future<void> child_finished = child_done.get_future();
+  std::future<void> parent_finished = parent_done.get_future();
+  std::thread child([&] {
+    start.arrive_and_wait();
+    for (int i = 0; i < rounds; ++i)
+      member->notify_clients(10, i, true);
+    child_done.set_value();
+  });
+  std::thread parent([&] {
+    start.arrive_and_wait();
+    for (int i = 0; i < rounds; ++i) {
+      list->notify_clients(20, i, true);
+      (void)top->is_dirty();
+      (void)list->get("member");
+      member->set_dirty(i % 2 == 0);
+    }
+    parent_done.set_value();
+  });
+
+  const auto limit = std::chrono::seconds(30);
+  if (child_finished.wait_for(limit) != std::future_status::ready ||
+      parent_finished.wait_for(limit) != std::future_status::ready) {
+    // The threads are stuck on the locks: nothing can be cleaned up.
+    std::cerr << "server_threads: deadlock between a child and its parent\n";
+    std::abort();
+  }
+  child.join();
+  parent.join();
+  EXPECT_EQ(on_member->count(), std::size_t(rounds));
+  EXPECT_EQ(on_list->count(), std::size_t(2 * rounds));
+  delete top;
+  delete on_list;
+  delete on_member;
+}
+
+}  // namespace
+}  // namespace kyo::test
