@@ -29,3 +29,8 @@
 #include <kyo/time/date.h>
 #include <kyo/time/time_manager.h>
 #include <kyo/time/timedate.h>
+
+// notify
+#include <kyo/notify/config_file.h>
+#include <kyo/notify/server.h>
+#include <kyo/notify/server_list.h>
