@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <filesystem>
 #include <istream>
 #include <map>
 #include <mutex>
@@ -348,8 +349,26 @@ std::uint64_t ipstream::remaining() const noexcept {
   return end > pos_ ? end - pos_ : 0;
 }
 
+bool ipstream::available(std::uint64_t n) {
+  if (n <= remaining()) return true;
+  // At top level the input may be a file that another stream has written to
+  // since it was measured (shape libraries read and write one file at once).
+  if (!frames_.empty() || size_ == UINT64_MAX || is_ == nullptr) return false;
+  const std::streampos here = is_->tellg();
+  if (here == std::streampos(-1) || !is_->seekg(0, std::ios_base::end)) {
+    is_->clear();
+    return false;
+  }
+  const std::streampos end = is_->tellg();
+  is_->clear();
+  is_->seekg(here);
+  if (end != std::streampos(-1)) size_ = static_cast<std::uint64_t>(std::streamoff(end));
+  return n <= remaining();
+}
+
 bool ipstream::check_count(std::uint64_t count, std::uint64_t min_bytes) {
   if (fail()) return false;
+  if (count > 0 && min_bytes > 0 && count <= UINT64_MAX / min_bytes) available(count * min_bytes);
   const std::uint64_t left = remaining();
   if (left == UINT64_MAX || count == 0) return true;
   if (min_bytes == 0) min_bytes = 1;
@@ -364,7 +383,7 @@ bool ipstream::check_count(std::uint64_t count, std::uint64_t min_bytes) {
 bool ipstream::raw(void* data, std::size_t n) {
   if (fail()) return false;
   if (n == 0) return true;
-  if (n > remaining()) {
+  if (!available(n)) {
     fail_at(stream_failbit | stream_badbit,
             frames_.empty() ? "unexpected end of input" : "read past the end of an object");
     return false;
@@ -449,7 +468,7 @@ double ipstream::readDouble() {
 std::optional<std::string> ipstream::readString() {
   const std::uint32_t length = readWord32();
   if (fail() || length == sf::null_string) return std::nullopt;
-  if (length > remaining()) {
+  if (!available(length)) {
     fail_at(stream_badbit, "a string of " + std::to_string(length) +
                                " bytes is longer than what is left of the input");
     return std::nullopt;
@@ -528,7 +547,7 @@ streamable* ipstream::read_new_object(bool scoped, bool* created) {
   const std::uint32_t version = load_le<std::uint32_t>(b);
   if (!raw(b, 4)) return nullptr;
   const std::uint32_t length = load_le<std::uint32_t>(b);
-  if (length > remaining()) {
+  if (!available(length)) {
     fail_at(stream_badbit, "the record of '" + name + "' runs past the end of the input");
     return nullptr;
   }
@@ -610,7 +629,7 @@ bool ipstream::read_into(streamable& obj) {
             "found '" + name + "' where " + describe_type(typeid(obj)) + " was expected");
     return false;
   }
-  if (length > remaining()) {
+  if (!available(length)) {
     fail_at(stream_badbit, "the record of '" + name + "' runs past the end of the input");
     return false;
   }
@@ -685,7 +704,10 @@ void ofpstream::open(const std::string& path, open_mode mode) {
   const std::string native = native_path(path);
   if (mode == open_mode::keep) {
     file_.open(native, std::ios_base::in | std::ios_base::out | std::ios_base::binary);
-    if (!file_.is_open()) {
+    std::error_code ec;
+    // Only a file that is not there may be created: opening for output alone
+    // would empty an existing file that cannot be read.
+    if (!file_.is_open() && !std::filesystem::exists(native, ec) && !ec) {
       file_.clear();
       file_.open(native, std::ios_base::out | std::ios_base::binary);
     }

@@ -4,8 +4,11 @@
 
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <limits>
 #include <sstream>
+
+#include <unistd.h>
 
 #include "core/object_stream_types.h"
 #include "support/temp_dir.h"
@@ -292,6 +295,22 @@ TEST(object_stream, files_keep_or_truncate_on_request) {
   }
   ifpstream is(path);
   EXPECT_EQ(is.remaining(), 1u);
+  {
+    // A file read and written at once: the reader sees what was added since it opened.
+    ofpstream grow(path, ofpstream::open_mode::keep);
+    grow.seekp(1);
+    grow.writeWord32(0x44444444);
+    grow.flush();
+    EXPECT_EQ(is.readByte(), 1);
+    EXPECT_EQ(is.readWord32(), 0x44444444u);
+    EXPECT_TRUE(is.good()) << is.error();
+  }
+  std::filesystem::permissions(path, std::filesystem::perms::owner_write);
+  if (::geteuid() != 0) {
+    ofpstream refused(path, ofpstream::open_mode::keep);
+    EXPECT_TRUE(refused.fail()) << "an existing file it cannot read is not emptied";
+    EXPECT_EQ(std::filesystem::file_size(path), 5u);
+  }
   ifpstream missing(path + ".none");
   EXPECT_TRUE(missing.fail());
   EXPECT_EQ(missing.readWord32(), 0u);

@@ -208,6 +208,8 @@ class KYO_EXPORT opstream {
 /// Reads what an opstream wrote. Every read is bounded by the record it lies in
 /// and by the input's length; on bad input the stream fails, reads return zero,
 /// null or nothing, and nothing is allocated beyond what the input can hold.
+/// A file that grows while it is being read (another stream writing to it) is
+/// measured again when a read at top level needs more than was there.
 class KYO_EXPORT ipstream {
  public:
   explicit ipstream(std::istream& is);
@@ -282,6 +284,7 @@ class KYO_EXPORT ipstream {
     std::uint64_t end;
     std::uint64_t segment_left;
   };
+  bool available(std::uint64_t n);
   bool raw(void* data, std::size_t n);
   bool take(void* data, std::size_t n);
   bool skip_to(std::uint64_t pos);
@@ -306,7 +309,9 @@ class KYO_EXPORT ipstream {
 class KYO_EXPORT ofpstream : public opstream {
  public:
   /// truncate: the file is emptied; keep: an existing file keeps its bytes
-  /// and writing starts at its beginning (a missing file is created).
+  /// and writing starts at its beginning (a missing file is created; an
+  /// existing file that cannot be opened for reading and writing is left alone
+  /// and the stream fails).
   enum class open_mode { truncate, keep };
 
   ofpstream();
