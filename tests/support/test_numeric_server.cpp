@@ -1,0 +1,143 @@
+#include "support/test_numeric_server.h"
+
+#include <atomic>
+#include <stdexcept>
+
+namespace kyo::test {
+
+namespace {
+
+const stream_registration<test_numeric_server> registration("test_numeric_server");
+
+// An entry holds at least its name's length, three words, a double, the text's length and the
+// status.
+constexpr std::uint64_t min_entry_bytes = 4 + 12 + 8 + 4 + 4;
+
+std::atomic<long> live{0};
+
+}  // namespace
+
+test_numeric_server::test_numeric_server(numeric_server* parent, const std::string& name,
+                                         bool hidden, long timeout, bool browsable)
+    : numeric_server(parent, name, hidden, timeout, browsable) {
+  ++live;
+}
+
+test_numeric_server::test_numeric_server(streamable_init_t) : numeric_server(streamable_init) {
+  ++live;
+}
+
+test_numeric_server::~test_numeric_server() {
+  --live;
+}
+
+long test_numeric_server::live_instances() noexcept {
+  return live.load();
+}
+
+int test_numeric_server::add(const std::string& name, int type, int width, int precision) {
+  entry e;
+  e.name = name;
+  e.info = nmrc_info{type, width, precision};
+  entries_.push_back(std::move(e));
+  return static_cast<int>(entries_.size());
+}
+
+void test_numeric_server::add_every_type(int width, int precision) {
+  for (int type = 0; type < 18; ++type)
+    add("type " + std::to_string(type), type, width, precision);
+}
+
+test_numeric_server::entry& test_numeric_server::at(int index) {
+  if (index < 1 || index > static_cast<int>(entries_.size())) {
+    throw std::out_of_range("test_numeric_server: no entry " + std::to_string(index));
+  }
+  return entries_[static_cast<std::size_t>(index - 1)];
+}
+
+void test_numeric_server::set_value(int index, double value) {
+  at(index).value = value;
+}
+
+void test_numeric_server::set_text(int index, const std::string& text) {
+  at(index).text = text;
+}
+
+void test_numeric_server::set_status(int index, int status) {
+  at(index).status = status;
+}
+
+const test_numeric_server::entry* test_numeric_server::find(int index) const {
+  if (index < 1 || index > static_cast<int>(entries_.size())) return nullptr;
+  return &entries_[static_cast<std::size_t>(index - 1)];
+}
+
+int test_numeric_server::entry_count() const {
+  return static_cast<int>(entries_.size());
+}
+
+void test_numeric_server::describe(int index, nmrc_info& info) const {
+  const entry* e = find(index);
+  info = e != nullptr ? e->info : nmrc_info{};
+}
+
+std::string test_numeric_server::entry_name(int index) const {
+  const entry* e = find(index);
+  return e != nullptr ? e->name : std::string();
+}
+
+int test_numeric_server::entry_index(std::string_view name) const {
+  for (std::size_t i = 0; i < entries_.size(); ++i) {
+    if (entries_[i].name == name) return static_cast<int>(i + 1);
+  }
+  return 0;
+}
+
+int test_numeric_server::get_value(int index, clock_tick, void* data) const {
+  ++queries_;
+  const entry* e = find(index);
+  if (e == nullptr || e->status == numeric_status::no_data || data == nullptr) return 0;
+  if (e->info.type_id() == 0) {
+    *static_cast<std::string*>(data) = e->text;
+  } else {
+    *static_cast<double*>(data) = e->value;
+  }
+  return e->status;
+}
+
+void test_numeric_server::Streamer::Write(opstream& os, const test_numeric_server& s) {
+  write_base<numeric_server>(os, s);
+  os.writeWord32(static_cast<std::uint32_t>(s.entries_.size()));
+  for (const entry& e : s.entries_) {
+    os << e.name;
+    os.writeWord32(static_cast<std::uint32_t>(e.info.type));
+    os.writeWord32(static_cast<std::uint32_t>(e.info.width));
+    os.writeWord32(static_cast<std::uint32_t>(e.info.precision));
+    os.writeDouble(e.value);
+    os << e.text;
+    os.writeWord32(static_cast<std::uint32_t>(e.status));
+  }
+}
+
+void test_numeric_server::Streamer::Read(ipstream& is, test_numeric_server& s, std::uint32_t) {
+  numeric_server::read_scope scope(is, &s);
+  read_base<numeric_server>(is, s);
+  const std::uint32_t count = is.readWord32();
+  if (!is || !is.check_count(count, min_entry_bytes)) return;
+  std::vector<entry> entries;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    entry e;
+    is >> e.name;
+    e.info.type = static_cast<std::int32_t>(is.readWord32());
+    e.info.width = static_cast<std::int32_t>(is.readWord32());
+    e.info.precision = static_cast<std::int32_t>(is.readWord32());
+    e.value = is.readDouble();
+    is >> e.text;
+    e.status = static_cast<std::int32_t>(is.readWord32());
+    if (!is) return;
+    entries.push_back(std::move(e));
+  }
+  s.entries_ = std::move(entries);
+}
+
+}  // namespace kyo::test

@@ -1,0 +1,74 @@
+// A small concrete numeric server for tests and benchmarks: entries are added with a name and a
+// description, and each holds a settable number (or text, for type-0 entries) and status. It is
+// streamable as "test_numeric_server" and needs no test framework.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <kyo/numerics/numeric_server.h>
+
+namespace kyo::test {
+
+/// A numeric server whose entries the test sets by hand. Entries are numbered from 1.
+class test_numeric_server : public numeric_server {
+ public:
+  struct entry {
+    std::string name;
+    nmrc_info info;
+    double value = 0;
+    std::string text;
+    int status = numeric_status::fresh;
+  };
+
+  /// Stream support: the numeric_server part behind its version word, then the entry count and
+  /// each entry (name, type, width, precision, value, text, status).
+  struct Streamer {
+    static void Write(opstream& os, const test_numeric_server& s);
+    static void Read(ipstream& is, test_numeric_server& s, std::uint32_t version);
+  };
+
+  /// A server with no entries, a timeout of 1000 ticks and the browsable flag set.
+  explicit test_numeric_server(numeric_server* parent = nullptr, const std::string& name = "test",
+                               bool hidden = false, long timeout = 1000, bool browsable = true);
+  explicit test_numeric_server(streamable_init_t);
+  ~test_numeric_server() override;
+
+  /// How many test_numeric_server objects exist, so that tests can tell a leak from a clean
+  /// failure in every build.
+  [[nodiscard]] static long live_instances() noexcept;
+
+  /// Adds an entry and returns its index; it starts with value 0, empty text and status fresh.
+  int add(const std::string& name, int type, int width = -1, int precision = -1);
+  /// Adds one entry per type id 0 to 17, named "type <id>", with `width` and `precision`:
+  /// entry index = type id + 1.
+  void add_every_type(int width = -1, int precision = -1);
+
+  void set_value(int index, double value);
+  void set_text(int index, const std::string& text);
+  /// The status the value query returns; 0 makes it write nothing.
+  void set_status(int index, int status);
+  /// The entry itself; index must be valid.
+  entry& at(int index);
+
+  /// How many value queries were answered (with any status).
+  [[nodiscard]] long queries() const noexcept { return queries_; }
+
+  int entry_count() const override;
+  void describe(int index, nmrc_info& info) const override;
+  std::string entry_name(int index) const override;
+  int entry_index(std::string_view name) const override;
+  /// Writes the entry's text (type id 0) or value into `data` and returns the entry's status;
+  /// writes nothing for status 0 or an unknown index (returns 0).
+  int get_value(int index, clock_tick t, void* data) const override;
+
+ private:
+  const entry* find(int index) const;
+
+  std::vector<entry> entries_;
+  mutable long queries_ = 0;
+};
+
+}  // namespace kyo::test
