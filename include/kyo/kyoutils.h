@@ -34,3 +34,14 @@
 #include <kyo/notify/config_file.h>
 #include <kyo/notify/server.h>
 #include <kyo/notify/server_list.h>
+
+// numerics
+#include <kyo/numerics/general_numerics.h>
+#include <kyo/numerics/geog_nmrc.h>
+#include <kyo/numerics/make_numeric.h>
+#include <kyo/numerics/numeric.h>
+#include <kyo/numerics/numeric_nmrc.h>
+#include <kyo/numerics/numeric_server.h>
+#include <kyo/numerics/numeric_server_list.h>
+#include <kyo/numerics/timedate_nmrc.h>
+#include <kyo/numerics/variable.h>
