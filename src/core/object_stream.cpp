@@ -491,13 +491,7 @@ ipstream& operator>>(ipstream& is, std::string& s) {
   return is;
 }
 
-streamable* ipstream::readObject() {
-  bool created = false;
-  return read_object_record(&created);
-}
-
-streamable* ipstream::read_object_record(bool* created) {
-  *created = false;
+streamable* ipstream::read_object_record() {
   if (fail()) return nullptr;
   if (!frames_.empty() && frames_.back().segment_left != 0) {
     fail_at(stream_failbit | stream_badbit, "expected an object pointer, found data");
@@ -520,56 +514,51 @@ streamable* ipstream::read_object_record(bool* created) {
       return objects_[id];
     }
     case sf::object_tag:
-      return read_new_object(false, created);
+      return read_new_object(false);
     case sf::scoped_object_tag:
       if (!frames_.empty()) {
         fail_at(stream_badbit, "a self-contained record inside another object");
         return nullptr;
       }
-      return read_new_object(true, created);
+      return read_new_object(true);
     default:
       fail_at(stream_badbit, "unknown record tag " + std::to_string(unsigned(tag)));
       return nullptr;
   }
 }
 
-streamable* ipstream::read_new_object(bool scoped, bool* created) {
+bool ipstream::read_record_header(std::string& name, std::uint32_t& version,
+                                  std::uint32_t& length) {
   unsigned char b[4];
-  if (!raw(b, 4)) return nullptr;
+  if (!raw(b, 4)) return false;
   const std::uint32_t name_length = load_le<std::uint32_t>(b);
   if (name_length == 0 || name_length > sf::max_class_name) {
     fail_at(stream_badbit, "bad class name length " + std::to_string(name_length));
-    return nullptr;
+    return false;
   }
-  std::string name(name_length, '\0');
-  if (!raw(name.data(), name_length)) return nullptr;
-  if (!raw(b, 4)) return nullptr;
-  const std::uint32_t version = load_le<std::uint32_t>(b);
-  if (!raw(b, 4)) return nullptr;
-  const std::uint32_t length = load_le<std::uint32_t>(b);
+  name.assign(name_length, '\0');
+  if (!raw(name.data(), name_length) || !raw(b, 4)) return false;
+  version = load_le<std::uint32_t>(b);
+  if (!raw(b, 4)) return false;
+  length = load_le<std::uint32_t>(b);
   if (!available(length)) {
     fail_at(stream_badbit, "the record of '" + name + "' runs past the end of the input");
-    return nullptr;
+    return false;
   }
   if (frames_.size() >= std::size_t(sf::max_depth)) {
     fail_at(stream_badbit, "objects nested too deeply");
-    return nullptr;
+    return false;
   }
-  const stream_class* cls = stream_registry::instance().find(name);
-  if (cls == nullptr || cls->build == nullptr || cls->read == nullptr) {
-    fail_at(stream_badbit, "unknown class '" + name + "'");
-    return nullptr;
-  }
-  if (scoped) objects_.clear();
+  return true;
+}
 
-  streamable* obj = cls->build();
-  // Registered before its data are read, so that objects it owns can point
-  // back to it.
-  const std::size_t id = objects_.size();
-  objects_.push_back(obj);
+bool ipstream::read_body(const stream_class& cls, streamable& obj, const std::string& name,
+                         std::uint32_t version, std::uint32_t length) {
+  // Numbered before its data are read, so that objects it owns can point back to it.
+  objects_.push_back(&obj);
   frames_.push_back({pos_ + length, 0});
   try {
-    cls->read(*this, *obj, version);
+    cls.read(*this, obj, version);
   } catch (const std::exception& e) {
     fail_at(stream_badbit, "reading '" + name + "' failed: " + e.what());
   }
@@ -577,78 +566,83 @@ streamable* ipstream::read_new_object(bool scoped, bool* created) {
   frames_.pop_back();
   // Data a newer version added behind what this reader knows are skipped.
   if (good()) skip_to(end);
-  if (fail()) {
-    discard(obj);
-    if (id < objects_.size()) objects_[id] = nullptr;
+  return good();
+}
+
+streamable* ipstream::read_new_object(bool scoped) {
+  std::string name;
+  std::uint32_t version = 0, length = 0;
+  if (!read_record_header(name, version, length)) return nullptr;
+  const stream_class* cls = stream_registry::instance().find(name);
+  if (cls == nullptr || cls->build == nullptr || cls->read == nullptr) {
+    fail_at(stream_badbit, "unknown class '" + name + "'");
     return nullptr;
   }
-  *created = true;
-  return obj;
+  if (scoped) objects_.clear();
+  streamable* obj = cls->build();
+  unclaimed_.push_back(obj);
+  // A half-read object is never handed out; if nobody claimed it, it goes when
+  // the top-level read ends.
+  return read_body(*cls, *obj, name, version, length) ? obj : nullptr;
 }
 
-void ipstream::discard(streamable* obj) noexcept {
-  delete obj;
-}
-
-void ipstream::cast_failed(streamable* obj, bool created, const std::type_info& wanted) {
-  fail_at(stream_badbit, "found " + describe_type(typeid(*obj)) + " where " +
-                             describe_type(wanted) + " was expected");
-  if (created) {
-    std::replace(objects_.begin(), objects_.end(), obj, static_cast<streamable*>(nullptr));
-    discard(obj);
+void ipstream::claim(const streamable* obj) noexcept {
+  for (auto it = unclaimed_.rbegin(); it != unclaimed_.rend(); ++it) {
+    if (*it == obj) {
+      unclaimed_.erase(std::next(it).base());
+      return;
+    }
   }
+}
+
+void ipstream::finish_top_level() noexcept {
+  if (fail()) {
+    // Newest first: an object may still refer to older ones while it goes, never
+    // to newer ones it did not own. Its entries in the object table die with it.
+    while (!unclaimed_.empty()) {
+      streamable* obj = unclaimed_.back();
+      unclaimed_.pop_back();
+      delete obj;
+    }
+    objects_.clear();
+    return;
+  }
+  // What the caller got is the caller's; anything else nobody claimed (a parent
+  // written inside its child's record) stays reachable through it.
+  unclaimed_.clear();
+}
+
+void ipstream::cast_failed(const streamable& obj, const std::type_info& wanted) {
+  fail_at(stream_badbit, "found " + describe_type(typeid(obj)) + " where " + describe_type(wanted) +
+                             " was expected");
 }
 
 bool ipstream::read_into(streamable& obj) {
   if (fail()) return false;
-  if (!frames_.empty() && frames_.back().segment_left != 0) {
+  const bool top = frames_.empty();
+  if (!top && frames_.back().segment_left != 0) {
     fail_at(stream_failbit | stream_badbit, "expected an object, found data");
     return false;
   }
   unsigned char tag = 0;
   if (!raw(&tag, 1)) return false;
-  if (tag != sf::object_tag && !(tag == sf::scoped_object_tag && frames_.empty())) {
+  if (tag != sf::object_tag && !(tag == sf::scoped_object_tag && top)) {
     fail_at(stream_badbit, "expected an object record");
     return false;
   }
-  unsigned char b[4];
-  if (!raw(b, 4)) return false;
-  const std::uint32_t name_length = load_le<std::uint32_t>(b);
-  if (name_length == 0 || name_length > sf::max_class_name) {
-    fail_at(stream_badbit, "bad class name length " + std::to_string(name_length));
-    return false;
-  }
-  std::string name(name_length, '\0');
-  if (!raw(name.data(), name_length) || !raw(b, 4)) return false;
-  const std::uint32_t version = load_le<std::uint32_t>(b);
-  if (!raw(b, 4)) return false;
-  const std::uint32_t length = load_le<std::uint32_t>(b);
+  std::string name;
+  std::uint32_t version = 0, length = 0;
+  if (!read_record_header(name, version, length)) return false;
   const stream_class* cls = stream_registry::instance().find(typeid(obj));
   if (cls == nullptr || cls->name != name) {
     fail_at(stream_badbit,
             "found '" + name + "' where " + describe_type(typeid(obj)) + " was expected");
     return false;
   }
-  if (!available(length)) {
-    fail_at(stream_badbit, "the record of '" + name + "' runs past the end of the input");
-    return false;
-  }
-  if (frames_.size() >= std::size_t(sf::max_depth)) {
-    fail_at(stream_badbit, "objects nested too deeply");
-    return false;
-  }
   if (tag == sf::scoped_object_tag) objects_.clear();
-  objects_.push_back(&obj);
-  frames_.push_back({pos_ + length, 0});
-  try {
-    cls->read(*this, obj, version);
-  } catch (const std::exception& e) {
-    fail_at(stream_badbit, "reading '" + name + "' failed: " + e.what());
-  }
-  const std::uint64_t end = frames_.back().end;
-  frames_.pop_back();
-  if (good()) skip_to(end);
-  return good();
+  const bool ok = read_body(*cls, obj, name, version, length);
+  if (top) finish_top_level();
+  return ok;
 }
 
 ipstream& ipstream::seekg(std::streampos pos) {

@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "notify/read_session.h"
-
 namespace kyo {
 
 client::~client() = default;
@@ -24,9 +22,6 @@ void server::child_server_list::delete_all() {
       last = last->next_sibling_;
     remove(last);
     last->parent_ = nullptr;
-    // A child whose own record is still being read (it was listed here before its parent
-    // pointer came back) belongs to the stream reader, which deletes it if it fails.
-    if (last->phase_ == read_phase::parent) continue;
     delete last;
   }
 }
@@ -70,10 +65,6 @@ server::server(const server& other) : streamable(other), server_lock(), name_(ot
 server::server(streamable_init_t) {}
 
 server::~server() {
-  if (detail::session.depth > 0) {
-    std::erase(detail::session.unowned, this);
-    if (detail::session.outermost == this) detail::session.outermost = nullptr;
-  }
   std::vector<server_list*> holders;
   {
     std::lock_guard guard(lock());

@@ -41,7 +41,7 @@ server_list::~server_list() {
   for (server* m : rest) {
     if (m == nullptr) continue;
     let_go(*m, true);
-    if (owning()) dispose(m);
+    if (owning()) delete m;
   }
 }
 
@@ -70,10 +70,7 @@ bool server_list::add_at(server& s, int index) {
       }
     } else if (server* old = items_[index]) {
       // The old member's end clears its slot (through its destroyed code or forget).
-      if (!dispose(old)) {
-        items_[index] = nullptr;
-        let_go(*old, false);
-      }
+      delete old;
     }
     if (index >= static_cast<int>(items_.size())) return false;
     items_[index] = &s;
@@ -94,10 +91,7 @@ bool server_list::remove(int index) {
   }
   server* m = items_[index];
   if (owning()) {
-    if (!dispose(m)) {
-      clear_slot(index);
-      let_go(*m, false);
-    }
+    delete m;
     return true;
   }
   notify_clients(removed_code_, index, true);
@@ -116,7 +110,7 @@ void server_list::flush() {
   for (server* m : old) {
     if (m == nullptr) continue;
     let_go(*m, true);
-    if (owning()) dispose(m);
+    if (owning()) delete m;
   }
 }
 
@@ -205,14 +199,6 @@ void server_list::forget(server& m) {
     if (items_[i] == &m) clear_slot(i);
   }
   set_dirty();
-}
-
-// Deletes an owned member, unless its own record is still being read: then it belongs to
-// the stream reader, which deletes it when the reading fails.
-bool server_list::dispose(server* m) {
-  if (m->phase_ == read_phase::parent) return false;
-  delete m;
-  return true;
 }
 
 }  // namespace kyo

@@ -5,10 +5,7 @@
 #include <kyo/notify/server_list.h>
 
 #include <algorithm>
-#include <exception>
 #include <unordered_set>
-
-#include "notify/read_session.h"
 
 namespace kyo {
 
@@ -18,75 +15,6 @@ const stream_registration<server> server_registration("server");
 const stream_registration<server_list> server_list_registration("server_list");
 
 }  // namespace
-
-server::read_scope::read_scope(ipstream& is, server& object)
-    : exceptions_(std::uncaught_exceptions()) {
-  detail::read_session& session = detail::session;
-  if (session.depth++ == 0) {
-    session.stream = &is;
-    session.outermost = &object;
-    session.unowned.clear();
-  }
-}
-
-server::read_scope::~read_scope() {
-  detail::read_session& session = detail::session;
-  if (session.depth > 1) {
-    --session.depth;
-    return;
-  }
-  // A Read that throws fails the stream only once the exception reaches the reader.
-  if (session.stream->fail() || std::uncaught_exceptions() > exceptions_) {
-    // The outermost server is deleted by the stream reader (or kept by whoever read into
-    // it): it leaves the tree built around it, and the roots of what nobody owns go. The
-    // depth stays at one meanwhile, so that each server deleted takes itself off the list.
-    server* outer = session.outermost;
-    if (outer != nullptr) outer->leave_owners();
-    for (;;) {
-      auto it = std::find_if(session.unowned.begin(), session.unowned.end(),
-                             [&](server* s) { return s != outer && s->get_parent() == nullptr; });
-      if (it == session.unowned.end()) break;
-      server* root = *it;
-      session.unowned.erase(it);
-      delete root;
-    }
-  }
-  session.unowned.clear();
-  session.stream = nullptr;
-  session.outermost = nullptr;
-  session.depth = 0;
-}
-
-void server::leave_owners() {
-  std::vector<server_list*> owners;
-  {
-    std::lock_guard guard(lock());
-    for (server_list* h : holders_) {
-      if (h->owning()) owners.push_back(h);
-    }
-  }
-  for (server_list* h : owners) {
-    h->forget(*this);
-    remove_holder(h);
-  }
-  unlink_from_parent();
-}
-
-void server::note_unowned(server* s) {
-  std::vector<server*>& unowned = detail::session.unowned;
-  if (s != nullptr && detail::session.depth > 0 &&
-      std::find(unowned.begin(), unowned.end(), s) == unowned.end()) {
-    unowned.push_back(s);
-  }
-}
-
-std::uint64_t server::read_mark() {
-  return detail::read_counter.load();
-}
-
-bool server::built_since(std::uint64_t mark) const {
-  return read_serial_ > mark;
-}
 
 bool server::accepts_child_while_reading() const {
   return phase_ != read_phase::idle;
@@ -140,16 +68,15 @@ bool server::take_read_parent(ipstream& is, server* p) {
   parent_ = p;
   std::lock_guard parent_guard(p->lock());
   p->children_.insert(this);
+  is.claim(this);
   return true;
 }
 
 void server::Streamer::Read(ipstream& is, server& s, std::uint32_t /*version*/) {
-  read_scope scope(is, s);
   if (s.get_parent() != nullptr || s.next(nullptr) != nullptr || s.phase_ != read_phase::idle) {
     is.setstate(stream_badbit, "a server can only be read into a new, empty server");
     return;
   }
-  s.read_serial_ = ++detail::read_counter;
   std::string name;
   is >> name;
   if (!is) return;
@@ -164,10 +91,8 @@ void server::Streamer::Read(ipstream& is, server& s, std::uint32_t /*version*/) 
   } reset{s};
 
   s.phase_ = read_phase::parent;
-  const std::uint64_t mark = read_mark();
   server* p = nullptr;
   readPtr(is, p);
-  if (p != nullptr && p->built_since(mark)) note_unowned(p);
   if (!is || !s.take_read_parent(is, p)) return;
 
   s.phase_ = read_phase::children;
@@ -198,6 +123,7 @@ void server::Streamer::Read(ipstream& is, server& s, std::uint32_t /*version*/) 
       c->parent_ = &s;
       std::lock_guard guard(s.lock());
       s.children_.insert(c);
+      is.claim(c);
     } else if (c->parent_ != &s) {
       is.setstate(stream_badbit, "a child whose parent is not this server");
       return;
@@ -227,7 +153,6 @@ void server_list::Streamer::Write(opstream& os, const server_list& l) {
 }
 
 void server_list::Streamer::Read(ipstream& is, server_list& l, std::uint32_t /*version*/) {
-  read_scope scope(is, l);
   if (std::any_of(l.items_.begin(), l.items_.end(), [](server* m) { return m != nullptr; })) {
     is.setstate(stream_badbit, "a server list can only be read into an empty list");
     return;
@@ -239,11 +164,9 @@ void server_list::Streamer::Read(ipstream& is, server_list& l, std::uint32_t /*v
   std::vector<server*> members;
   members.reserve(count);
   for (std::uint32_t i = 0; i < count; ++i) {
-    const std::uint64_t mark = read_mark();
     server* m = nullptr;
     readPtr(is, m);
     if (!is) return;
-    if (m != nullptr && m->built_since(mark)) note_unowned(m);
     members.push_back(m);
   }
   const bool owning = is.readWord32() != 0;

@@ -45,7 +45,6 @@ void general_numerics::Streamer::Write(opstream& os, const general_numerics& s) 
 }
 
 void general_numerics::Streamer::Read(ipstream& is, general_numerics& s, std::uint32_t) {
-  numeric_server::read_scope scope(is, &s);
   read_base<numeric_server>(is, s);
 }
 

@@ -4,8 +4,6 @@
 
 #include <kyo/numerics/numeric_nmrc.h>
 
-#include "numerics/numeric_read_session.h"
-
 namespace kyo {
 
 namespace {
@@ -68,14 +66,10 @@ int numeric::as_string(clock_tick t, std::string& out, bool pad) const {
 }
 
 void numeric::read(ipstream& is, std::uint32_t) {
-  // No outermost server: the numeric does not own the server it reads.
-  numeric_server::read_scope scope(is, nullptr);
-  const std::uint64_t mark = numeric_server_access::read_mark();
+  // The numeric does not own its server, so it claims nothing: a server built here goes
+  // again when the reading fails, and belongs to the caller (through its root) when it works.
   numeric_server* server = nullptr;
   readPtr(is, server);
-  if (server != nullptr && numeric_server_access::built_since(*server, mark)) {
-    numeric_server_access::note_unowned(server);
-  }
   const auto index = static_cast<std::int32_t>(is.readWord32());
   if (!is) return;
   server_ = server;

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "numerics/numeric_read_session.h"
-
 namespace kyo {
 
 namespace {
@@ -46,9 +44,6 @@ void numeric_server::nmrc_server_list::delete_all() {
       last = last->next_sibling_;
     remove(last);
     last->parent_ = nullptr;
-    // A child whose own record is still being read (adopted before its parent pointer came
-    // back) belongs to the stream reader, which deletes it if its reading fails.
-    if (last->phase_ == read_phase::parent) continue;
     delete last;
   }
 }
@@ -93,7 +88,6 @@ numeric_server::numeric_server(numeric_server* parent, const std::string& name, 
 numeric_server::numeric_server(streamable_init_t) {}
 
 numeric_server::~numeric_server() {
-  numeric_server_access::forget(this);
   tell_clients(tell_destroyed, this);
   if (parent_ != nullptr) parent_->children_.remove(this);
   parent_ = nullptr;

@@ -6,8 +6,6 @@
 
 #include <kyo/numerics/numeric_server.h>
 
-#include "numerics/numeric_read_session.h"
-
 namespace kyo {
 
 namespace {
@@ -18,64 +16,6 @@ const stream_registration<numeric_server> numeric_server_registration("numeric_s
 constexpr std::uint64_t min_child_bytes = 5;
 
 }  // namespace
-
-numeric_read_session& numeric_server_access::session() {
-  static thread_local numeric_read_session s;
-  return s;
-}
-
-void numeric_server_access::note_unowned(numeric_server* s) {
-  numeric_read_session& rs = session();
-  if (s != nullptr && rs.depth > 0 &&
-      std::find(rs.unowned.begin(), rs.unowned.end(), s) == rs.unowned.end()) {
-    rs.unowned.push_back(s);
-  }
-}
-
-void numeric_server_access::forget(numeric_server* s) {
-  numeric_read_session& rs = session();
-  if (rs.depth == 0) return;
-  std::erase(rs.unowned, s);
-  if (rs.outermost == s) rs.outermost = nullptr;
-}
-
-numeric_server::read_scope::read_scope(ipstream& is, numeric_server* outermost) {
-  numeric_read_session& rs = numeric_server_access::session();
-  if (rs.depth++ == 0) {
-    rs.stream = &is;
-    rs.outermost = outermost;
-    rs.unowned.clear();
-  }
-}
-
-numeric_server::read_scope::~read_scope() {
-  numeric_read_session& rs = numeric_server_access::session();
-  if (rs.depth > 1) {
-    --rs.depth;
-    return;
-  }
-  // The depth stays at one while the sweep deletes, so that each server deleted takes itself
-  // off the list of unowned ones.
-  if (rs.stream != nullptr && rs.stream->fail()) {
-    // The outermost server is deleted by the stream reader (or kept by whoever read into it);
-    // it leaves the tree that was built around it, and that tree goes.
-    numeric_server* outer = rs.outermost;
-    if (outer != nullptr) numeric_server_access::unlink_from_parent(*outer);
-    for (;;) {
-      auto it = std::find_if(rs.unowned.begin(), rs.unowned.end(), [&](numeric_server* s) {
-        return s != outer && s->get_parent() == nullptr;
-      });
-      if (it == rs.unowned.end()) break;
-      numeric_server* root = *it;
-      rs.unowned.erase(it);
-      delete root;
-    }
-  }
-  rs.unowned.clear();
-  rs.stream = nullptr;
-  rs.outermost = nullptr;
-  rs.depth = 0;
-}
 
 void numeric_server::Streamer::Write(opstream& os, const numeric_server& s) {
   os << s.name_;
@@ -115,17 +55,16 @@ bool numeric_server::take_read_parent(ipstream& is, numeric_server* p) {
   }
   parent_ = p;
   p->children_.insert(this);
+  is.claim(this);
   return true;
 }
 
 void numeric_server::Streamer::Read(ipstream& is, numeric_server& s, std::uint32_t /*version*/) {
-  read_scope scope(is, &s);
   if (s.parent_ != nullptr || s.children_.next(nullptr) != nullptr ||
       s.phase_ != read_phase::idle) {
     is.setstate(stream_badbit, "a numeric server can only be read into a new, empty server");
     return;
   }
-  numeric_server_access::start_reading(s);
   std::string name;
   is >> name;
   if (!is) return;
@@ -137,12 +76,8 @@ void numeric_server::Streamer::Read(ipstream& is, numeric_server& s, std::uint32
   } reset{s};
 
   s.phase_ = read_phase::parent;
-  const std::uint64_t mark = numeric_server_access::read_mark();
   numeric_server* p = nullptr;
   readPtr(is, p);
-  if (p != nullptr && numeric_server_access::built_since(*p, mark)) {
-    numeric_server_access::note_unowned(p);
-  }
   if (!is || !s.take_read_parent(is, p)) return;
 
   const bool hidden = is.readWord32() != 0;
@@ -158,7 +93,6 @@ void numeric_server::Streamer::Read(ipstream& is, numeric_server& s, std::uint32
   if (!is || !is.check_count(count, min_child_bytes)) return;
   std::unordered_set<const numeric_server*> listed;
   for (std::uint32_t i = 0; i < count; ++i) {
-    const std::uint64_t child_mark = numeric_server_access::read_mark();
     numeric_server* c = nullptr;
     readPtr(is, c);
     if (!is) return;
@@ -166,9 +100,8 @@ void numeric_server::Streamer::Read(ipstream& is, numeric_server& s, std::uint32
       is.setstate(stream_badbit, "a null child in a numeric server's child list");
       return;
     }
-    // A child built here that fails the checks below belongs to nobody; the sweep at the end of
-    // the reading deletes it. One that passes them has this server as its parent.
-    if (numeric_server_access::built_since(*c, child_mark)) numeric_server_access::note_unowned(c);
+    // A child that fails the checks below belongs to nobody, and the stream deletes it when
+    // the reading fails. One that passes them has been claimed by this server.
     if (!listed.insert(c).second) {
       is.setstate(stream_badbit, "a numeric server listed twice as a child");
       return;
@@ -183,6 +116,7 @@ void numeric_server::Streamer::Read(ipstream& is, numeric_server& s, std::uint32
       }
       c->parent_ = &s;
       s.children_.insert(c);
+      is.claim(c);
     } else if (c->parent_ != &s) {
       is.setstate(stream_badbit, "a child whose parent is another numeric server");
       return;

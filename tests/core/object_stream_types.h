@@ -70,6 +70,7 @@ struct node : streamable {
           return;
         }
         n.children.emplace_back(c);
+        is.claim(c);
       }
       readPtr(is, n.buddy);
     }

@@ -120,7 +120,6 @@ void test_numeric_server::Streamer::Write(opstream& os, const test_numeric_serve
 }
 
 void test_numeric_server::Streamer::Read(ipstream& is, test_numeric_server& s, std::uint32_t) {
-  numeric_server::read_scope scope(is, &s);
   read_base<numeric_server>(is, s);
   const std::uint32_t count = is.readWord32();
   if (!is || !is.check_count(count, min_entry_bytes)) return;

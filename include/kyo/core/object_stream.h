@@ -227,27 +227,39 @@ class KYO_EXPORT ipstream {
   /// A string; std::nullopt for the null string and on failure (see good()).
   std::optional<std::string> readString();
 
-  /// An object pointer. A new object is built through the registry and is
-  /// owned by the caller; a reference returns an object read before. Null for
-  /// a null pointer and on failure; a new object whose reading failed is
-  /// deleted again.
-  streamable* readObject();
+  /// An object pointer. A new object is built through the registry; a reference
+  /// returns an object read before. Null for a null pointer and on failure.
+  /// Ownership: an object read at top level belongs to the caller. An object
+  /// read inside another object's record is the reading class's to claim (see
+  /// claim()). When a top-level read fails, every object it built that nobody
+  /// claimed is deleted (newest first) before the read returns, and with it
+  /// whatever those objects own.
+  streamable* readObject() { return read_object<streamable>(); }
 
   /// An object pointer checked against `T`: a pointer of another class fails
   /// the stream and yields null.
   template <class T>
   T* read_object() {
-    bool created = false;
-    streamable* s = read_object_record(&created);
-    if (s == nullptr) return nullptr;
-    if (T* t = dynamic_cast<T*>(s)) return t;
-    cast_failed(s, created, typeid(T));
-    return nullptr;
+    const bool top = frames_.empty();
+    T* result = nullptr;
+    if (streamable* s = read_object_record()) {
+      result = dynamic_cast<T*>(s);
+      if (result == nullptr) cast_failed(*s, typeid(T));
+    }
+    if (top) finish_top_level();
+    return good() ? result : nullptr;
   }
 
   /// Reads the record of an object into `obj`, which must be of the record's
   /// class. False and failed on a null pointer, a reference or another class.
   bool read_into(streamable& obj);
+
+  /// Declares that the object being read has taken ownership of `obj`, a
+  /// pointer read from this stream (a parent adopting a child, an owning list
+  /// its member): a failed read then leaves its deletion to the owner. A class
+  /// that owns a pointer it read must claim it, or a failed read deletes it
+  /// twice. Claiming an object not built by the current read does nothing.
+  void claim(const streamable* obj) noexcept;
 
   /// Checks that `count` items of at least `min_bytes` bytes each can still be
   /// in the input; fails the stream and returns false when they cannot.
@@ -289,10 +301,13 @@ class KYO_EXPORT ipstream {
   bool take(void* data, std::size_t n);
   bool skip_to(std::uint64_t pos);
   [[nodiscard]] std::uint64_t limit() const noexcept;
-  streamable* read_object_record(bool* created);
-  streamable* read_new_object(bool scoped, bool* created);
-  void discard(streamable* obj) noexcept;
-  void cast_failed(streamable* obj, bool created, const std::type_info& wanted);
+  streamable* read_object_record();
+  streamable* read_new_object(bool scoped);
+  bool read_record_header(std::string& name, std::uint32_t& version, std::uint32_t& length);
+  bool read_body(const stream_class& cls, streamable& obj, const std::string& name,
+                 std::uint32_t version, std::uint32_t length);
+  void finish_top_level() noexcept;
+  void cast_failed(const streamable& obj, const std::type_info& wanted);
   void fail_at(unsigned bits, std::string_view why);
 
   std::istream* is_ = nullptr;
@@ -302,6 +317,8 @@ class KYO_EXPORT ipstream {
   std::uint64_t size_ = UINT64_MAX;
   std::vector<frame> frames_;
   std::vector<streamable*> objects_;
+  // Objects built by the current top-level read that nobody has claimed yet.
+  std::vector<streamable*> unclaimed_;
 };
 
 /// An opstream on a file of its own. Paths are DOS-style texts or native paths;

@@ -169,22 +169,6 @@ class KYO_EXPORT server : public virtual streamable, protected virtual server_lo
   /// so a client may call back into this server from its notify.
   void notify_clients(int code, long arg, bool tell_parent);
 
- protected:
-  /// Keeps one reading of a tree of servers consistent when the stream turns out to be bad:
-  /// what the reading built and nobody owns is deleted when the outermost scope ends with the
-  /// stream failed. A Streamer::Read of a class derived from server that reads further
-  /// pointers after its base part opens one first.
-  class KYO_EXPORT read_scope {
-   public:
-    read_scope(ipstream& is, server& object);
-    ~read_scope();
-    read_scope(const read_scope&) = delete;
-    read_scope& operator=(const read_scope&) = delete;
-
-   private:
-    int exceptions_;
-  };
-
  private:
   friend class server_list;
 
@@ -196,13 +180,9 @@ class KYO_EXPORT server : public virtual streamable, protected virtual server_lo
   bool has_incoming() const;
   static std::unordered_set<const server*> reachable(const server& from, const server* to);
   static bool reaches(const server& from, const server& to);
-  static void note_unowned(server* s);
-  static std::uint64_t read_mark();
-  bool built_since(std::uint64_t mark) const;
   bool accepts_child_while_reading() const;
   bool take_read_parent(ipstream& is, server* p);
   void unlink_from_parent();
-  void leave_owners();
   void add_holder(server_list* list) const;
   void remove_holder(server_list* list) const;
   bool held_by_owning_list() const;
@@ -219,7 +199,6 @@ class KYO_EXPORT server : public virtual streamable, protected virtual server_lo
   mutable std::vector<server_list*> holders_;
   // Only meaningful while a stream is being read.
   read_phase phase_ = read_phase::idle;
-  std::uint64_t read_serial_ = 0;
 };
 
 }  // namespace kyo

@@ -104,7 +104,6 @@ class KYO_EXPORT server_list : public client, public server {
   void let_go(server& m, bool detach);
   void clear_slot(int index);
   void forget(server& m);
-  bool dispose(server* m);
 
   std::vector<server*> items_;
   int limit_ = 0;

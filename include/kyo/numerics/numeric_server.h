@@ -90,20 +90,6 @@ class KYO_EXPORT numeric_server : public virtual streamable {
     numeric_server* head_ = nullptr;
   };
 
-  /// Opened by every reading that may build numeric servers it does not own: the Streamer::Read
-  /// of a class derived from numeric_server opens one before read_base, and so does whatever
-  /// reads a numeric_server pointer (a numeric does). When the outermost scope of a reading ends
-  /// with the stream failed, the servers that reading built and nobody owns (parents written
-  /// inside a child's record, servers met first through a numeric) are deleted, and `outermost`
-  /// (null when it is no server) leaves its parent, since the stream reader deletes it.
-  class KYO_EXPORT read_scope {
-   public:
-    read_scope(ipstream& is, numeric_server* outermost);
-    ~read_scope();
-    read_scope(const read_scope&) = delete;
-    read_scope& operator=(const read_scope&) = delete;
-  };
-
   /// Stream support. Layout: name, numeric parent (object pointer), hidden (32-bit), timeout
   /// (32-bit little-endian), browsable (32-bit), child count (32-bit), each child (object
   /// pointer). Clients, update time and has-data are not stored.
@@ -204,8 +190,6 @@ class KYO_EXPORT numeric_server : public virtual streamable {
   [[nodiscard]] numeric_server* get(std::string_view path) const;
 
  private:
-  friend struct numeric_server_access;
-
   // Where a server is in the reading of its own record.
   enum class read_phase : std::uint8_t { idle, parent, children };
 
@@ -229,7 +213,6 @@ class KYO_EXPORT numeric_server : public virtual streamable {
   mutable std::vector<std::ptrdiff_t*> cursors_;
   // Only meaningful while a stream is being read.
   read_phase phase_ = read_phase::idle;
-  std::uint64_t read_serial_ = 0;
 };
 
 }  // namespace kyo
