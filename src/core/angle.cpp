@@ -8,6 +8,8 @@
 #include <kyo/core/numbers.h>
 #include <kyo/core/printf_format.h>
 
+#include "core/directive_scan.h"
+
 namespace kyo {
 
 namespace {
@@ -24,10 +26,6 @@ constexpr double exact_limit = 9007199254740992.0;  // 2^53
 
 constexpr char hemisphere_letters[] = "+-NSEW";
 
-bool is_letter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 struct directive {
   std::size_t end = 0;  // one past the letter
   bool valid = false;
@@ -40,18 +38,12 @@ struct directive {
 
 // Reads the directive whose '%' stands at `pos` (not a "%%").
 directive read_directive(std::string_view format, std::size_t pos) {
+  const detail::directive_text text = detail::scan_directive(format, pos);
   directive d;
-  std::size_t j = pos + 1;
-  while (j < format.size() && !is_letter(format[j]))
-    ++j;
-  if (j == format.size()) {
-    d.end = j;
-    return d;
-  }
-  d.end = j + 1;
-  d.letter = format[j];
-  const std::string_view chars = format.substr(pos + 1, j - pos - 1);
-  if (chars.size() > max_directive_chars) return d;
+  d.end = text.end;
+  d.letter = text.letter;
+  const std::string_view chars = text.chars;
+  if (d.letter == 0 || chars.size() > max_directive_chars) return d;
 
   if (d.letter == 'h') {
     if (chars.empty()) {
@@ -205,47 +197,19 @@ std::string rad::as_string(const char* format) const {
 }
 
 std::string rad::as_string(std::string_view format) const {
-  // First pass: the finest d, m or s directive decides the rounding.
-  std::optional<directive> finest;
-  for (std::size_t i = format.find('%'); i != std::string_view::npos; i = format.find('%', i)) {
-    if (i + 1 < format.size() && format[i + 1] == '%') {
-      i += 2;
-      continue;
-    }
-    const directive d = read_directive(format, i);
-    if (d.valid && d.rank >= 0 && (!finest || d.rank > finest->rank)) finest = d;
-    i = d.end;
-  }
+  // The finest d, m or s directive decides the rounding, once, before anything is printed.
+  const std::optional<directive> finest =
+      detail::finest_directive<directive>(format, read_directive);
   const bool negative = value_ < 0;
   const magnitude m = round_magnitude(std::fabs(value_ * 180 / pi), finest ? &*finest : nullptr);
-
-  // Second pass: the text, with each directive replaced, up to the buffer's size.
-  std::string out;
-  std::size_t i = 0;
-  while (i < format.size() && out.size() < max_text) {
-    const char c = format[i];
-    if (c != '%') {
-      out += c;
-      ++i;
-      continue;
-    }
-    if (i + 1 < format.size() && format[i + 1] == '%') {
-      out += '%';
-      i += 2;
-      continue;
-    }
-    const directive d = read_directive(format, i);
-    if (!d.valid) {
-      out.append(format.substr(i, d.end - i));
-    } else if (d.letter == 'h') {
-      out += hemisphere_letters[2 * d.hemisphere + (negative ? 1 : 0)];
-    } else {
-      append_part(out, d, m, negative);
-    }
-    i = d.end;
-  }
-  if (out.size() > max_text) out.resize(max_text);
-  return out;
+  return detail::expand_directives<directive>(
+      format, max_text, read_directive, [&](std::string& out, const directive& d) {
+        if (d.letter == 'h') {
+          out += hemisphere_letters[2 * d.hemisphere + (negative ? 1 : 0)];
+        } else {
+          append_part(out, d, m, negative);
+        }
+      });
 }
 
 elevation& elevation::normalize() {

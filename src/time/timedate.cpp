@@ -7,8 +7,10 @@
 
 #include <kyo/core/numbers.h>
 #include <kyo/core/printf_format.h>
+
 #include <kyo/platform/local_time.h>
 #include <kyo/time/time_manager.h>
+#include "core/directive_scan.h"
 
 namespace kyo {
 
@@ -99,10 +101,6 @@ std::string two_digit_triple(long long a, long long b, long long c, char separat
   return out;
 }
 
-bool is_letter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 // Letters that print a name, a suffix or nothing rather than a number through a conversion.
 bool prints_number(char letter) {
   switch (letter) {
@@ -146,18 +144,12 @@ struct directive {
 
 // Reads the directive whose '%' stands at `pos` (not a "%%").
 directive read_directive(std::string_view format, std::size_t pos) {
+  const detail::directive_text text = detail::scan_directive(format, pos);
   directive d;
-  std::size_t j = pos + 1;
-  while (j < format.size() && !is_letter(format[j]))
-    ++j;
-  if (j == format.size()) {
-    d.end = j;
-    return d;
-  }
-  d.end = j + 1;
-  d.letter = format[j];
-  const std::string_view chars = format.substr(pos + 1, j - pos - 1);
-  if (chars.size() > max_directive_chars) return d;
+  d.end = text.end;
+  d.letter = text.letter;
+  const std::string_view chars = text.chars;
+  if (d.letter == 0 || chars.size() > max_directive_chars) return d;
   if (!chars.empty()) d.first = static_cast<unsigned char>(chars[0]);
   if (!prints_number(d.letter)) {
     d.valid = true;
@@ -391,77 +383,47 @@ std::string timedate::as_string(const char* format) const {
 }
 
 std::string timedate::as_string(std::string_view format) const {
-  // First pass: the finest H, h, M or S directive decides the rounding.
-  std::optional<directive> finest;
-  for (std::size_t i = format.find('%'); i != std::string_view::npos; i = format.find('%', i)) {
-    if (i + 1 < format.size() && format[i + 1] == '%') {
-      i += 2;
-      continue;
-    }
-    const directive d = read_directive(format, i);
-    if (d.valid && d.rank >= 0 && (!finest || d.rank > finest->rank)) finest = d;
-    i = d.end;
-  }
+  // The finest H, h, M or S directive decides the rounding, once, before anything is printed.
+  const std::optional<directive> finest =
+      detail::finest_directive<directive>(format, read_directive);
   const split_value s = round_for(value_, finest ? &*finest : nullptr);
   const clock_fields local = fields_of(s.whole);
   std::optional<clock_fields> gmt;
   bool use_gmt = false;
 
-  // Second pass: the text, with each directive replaced, up to the buffer's size.
-  std::string out;
-  std::size_t i = 0;
-  while (i < format.size() && out.size() < max_text) {
-    const char c = format[i];
-    if (c != '%') {
-      out += c;
-      ++i;
-      continue;
-    }
-    if (i + 1 < format.size() && format[i + 1] == '%') {
-      out += '%';
-      i += 2;
-      continue;
-    }
-    const directive d = read_directive(format, i);
-    const std::size_t start = i;
-    i = d.end;
-    if (!d.valid) {
-      out.append(format.substr(start, d.end - start));
-      continue;
-    }
-    if (d.letter == 'G') {
-      if (!gmt) gmt = fields_of(s.whole - offset_of_local(s.whole));
-      use_gmt = true;
-      continue;
-    }
-    if (d.letter == 'L') {
-      use_gmt = false;
-      continue;
-    }
-    const clock_fields& f = use_gmt ? *gmt : local;
-    switch (d.letter) {
-      case 'a':
-        out += f.hour < 12 ? "am" : "pm";
-        break;
-      case 'N':
-        append_name(out, f.day.month_name(), d.first);
-        break;
-      case 'n':
-        append_name(out, f.day.day_name(), d.first);
-        break;
-      case 's':
-        append_suffix(out, f.day.day());
-        break;
-      case 'w':
-        append_week_day(out, f.day.day_of_week(), d.first);
-        break;
-      default:
-        append_field(out, d, f, s.fraction);
-        break;
-    }
-  }
-  if (out.size() > max_text) out.resize(max_text);
-  return out;
+  return detail::expand_directives<directive>(
+      format, max_text, read_directive, [&](std::string& out, const directive& d) {
+        if (d.letter == 'G') {
+          if (!gmt) gmt = fields_of(s.whole - offset_of_local(s.whole));
+          use_gmt = true;
+          return;
+        }
+        if (d.letter == 'L') {
+          use_gmt = false;
+          return;
+        }
+        const clock_fields& f = use_gmt ? *gmt : local;
+        switch (d.letter) {
+          case 'a':
+            out += f.hour < 12 ? "am" : "pm";
+            break;
+          case 'N':
+            append_name(out, f.day.month_name(), d.first);
+            break;
+          case 'n':
+            append_name(out, f.day.day_name(), d.first);
+            break;
+          case 's':
+            append_suffix(out, f.day.day());
+            break;
+          case 'w':
+            append_week_day(out, f.day.day_of_week(), d.first);
+            break;
+          default:
+            append_field(out, d, f, s.fraction);
+            break;
+        }
+      });
 }
 
 }  // namespace kyo
