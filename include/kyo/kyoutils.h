@@ -5,6 +5,7 @@
 
 // core
 #include <kyo/core/angle.h>
+#include <kyo/core/child_list.h>
 #include <kyo/core/error_message.h>
 #include <kyo/core/filepath.h>
 #include <kyo/core/font_table.h>

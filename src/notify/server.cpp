@@ -9,51 +9,6 @@ namespace kyo {
 client::~client() = default;
 
 // ---------------------------------------------------------------------------
-// child_server_list
-
-server::child_server_list::~child_server_list() {
-  delete_all();
-}
-
-void server::child_server_list::delete_all() {
-  while (head_ != nullptr) {
-    server* last = head_;
-    while (last->next_sibling_ != nullptr)
-      last = last->next_sibling_;
-    remove(last);
-    last->parent_ = nullptr;
-    delete last;
-  }
-}
-
-bool server::child_server_list::insert(server* s) {
-  if (s == nullptr) return false;
-  server** link = &head_;
-  while (*link != nullptr) {
-    if (*link == s) return false;
-    link = &(*link)->next_sibling_;
-  }
-  *link = s;
-  s->next_sibling_ = nullptr;
-  return true;
-}
-
-bool server::child_server_list::remove(server* s) {
-  for (server** link = &head_; *link != nullptr; link = &(*link)->next_sibling_) {
-    if (*link == s) {
-      *link = s->next_sibling_;
-      s->next_sibling_ = nullptr;
-      return true;
-    }
-  }
-  return false;
-}
-
-server* server::child_server_list::next(const server* s) const {
-  return s == nullptr ? head_ : s->next_sibling_;
-}
-
-// ---------------------------------------------------------------------------
 // server
 
 server::server(server* parent, const std::string& name) : name_(name) {

@@ -31,52 +31,6 @@ void numeric_client::Streamer::Write(opstream&, const numeric_client&) {}
 void numeric_client::Streamer::Read(ipstream&, numeric_client&, std::uint32_t) {}
 
 // ---------------------------------------------------------------------------
-// Child list
-
-numeric_server::nmrc_server_list::~nmrc_server_list() {
-  delete_all();
-}
-
-void numeric_server::nmrc_server_list::delete_all() {
-  while (head_ != nullptr) {
-    numeric_server* last = head_;
-    while (last->next_sibling_ != nullptr)
-      last = last->next_sibling_;
-    remove(last);
-    last->parent_ = nullptr;
-    delete last;
-  }
-}
-
-bool numeric_server::nmrc_server_list::insert(numeric_server* s) {
-  if (s == nullptr) return false;
-  numeric_server** link = &head_;
-  while (*link != nullptr) {
-    if (*link == s) return false;
-    link = &(*link)->next_sibling_;
-  }
-  *link = s;
-  s->next_sibling_ = nullptr;
-  return true;
-}
-
-bool numeric_server::nmrc_server_list::remove(numeric_server* s) {
-  if (s == nullptr) return false;
-  for (numeric_server** link = &head_; *link != nullptr; link = &(*link)->next_sibling_) {
-    if (*link == s) {
-      *link = s->next_sibling_;
-      s->next_sibling_ = nullptr;
-      return true;
-    }
-  }
-  return false;
-}
-
-numeric_server* numeric_server::nmrc_server_list::next(const numeric_server* s) const {
-  return s == nullptr ? head_ : s->next_sibling_;
-}
-
-// ---------------------------------------------------------------------------
 // Server
 
 numeric_server::numeric_server(numeric_server* parent, const std::string& name, bool hidden,

@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include <kyo/core/child_list.h>
 #include <kyo/core/object_stream.h>
 #include <kyo/kyoutils_export.h>
 
@@ -76,28 +77,8 @@ class KYO_EXPORT server_lock {
 class KYO_EXPORT server : public virtual streamable, protected virtual server_lock {
  public:
   /// The intrusive list of a server's children, linked through each child's next-sibling
-  /// field. The list owns the children.
-  class KYO_EXPORT child_server_list {
-   public:
-    child_server_list() = default;
-    child_server_list(const child_server_list&) = delete;
-    child_server_list& operator=(const child_server_list&) = delete;
-    /// Deletes the children, last first; each child unlinks itself as it goes.
-    ~child_server_list();
-
-    /// Appends `s`; false, and nothing changes, when `s` is null or already listed.
-    bool insert(server* s);
-    /// Unlinks `s`; false when it is not listed.
-    bool remove(server* s);
-    /// The child after `s`, or the first child when `s` is null; null at the end.
-    server* next(const server* s) const;
-
-   private:
-    friend class server;
-    void delete_all();
-
-    server* head_ = nullptr;
-  };
+  /// field. The list owns the children and deletes them last first.
+  using child_server_list = detail::child_list<server>;
 
   /// Stream support: the name, the parent pointer, the child count and each child.
   struct KYO_EXPORT Streamer {
@@ -170,6 +151,7 @@ class KYO_EXPORT server : public virtual streamable, protected virtual server_lo
   void notify_clients(int code, long arg, bool tell_parent);
 
  private:
+  friend class detail::child_list<server>;
   friend class server_list;
 
   // Where a server is in the reading of its own record: its parent pointer, its child

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include <kyo/core/child_list.h>
 #include <kyo/core/object_stream.h>
 #include <kyo/kyoutils_export.h>
 #include <kyo/time/clock_tick.h>
@@ -67,28 +68,8 @@ class KYO_EXPORT numeric_client : public virtual streamable {
 class KYO_EXPORT numeric_server : public virtual streamable {
  public:
   /// The intrusive list of a server's children, linked through each child's next-sibling field.
-  /// It owns the children.
-  class KYO_EXPORT nmrc_server_list {
-   public:
-    nmrc_server_list() = default;
-    nmrc_server_list(const nmrc_server_list&) = delete;
-    nmrc_server_list& operator=(const nmrc_server_list&) = delete;
-    /// Deletes the last child repeatedly until none is left; each child unlinks itself.
-    ~nmrc_server_list();
-
-    /// Appends `s`; false, and nothing changes, when `s` is null or already listed.
-    bool insert(numeric_server* s);
-    /// Unlinks `s`; false when it is not listed.
-    bool remove(numeric_server* s);
-    /// The child after `s`, or the first child when `s` is null; null at the end.
-    [[nodiscard]] numeric_server* next(const numeric_server* s) const;
-
-   private:
-    friend class numeric_server;
-    void delete_all();
-
-    numeric_server* head_ = nullptr;
-  };
+  /// It owns the children and deletes them last first.
+  using nmrc_server_list = detail::child_list<numeric_server>;
 
   /// Stream support. Layout: name, numeric parent (object pointer), hidden (32-bit), timeout
   /// (32-bit little-endian), browsable (32-bit), child count (32-bit), each child (object
@@ -190,6 +171,7 @@ class KYO_EXPORT numeric_server : public virtual streamable {
   [[nodiscard]] numeric_server* get(std::string_view path) const;
 
  private:
+  friend class detail::child_list<numeric_server>;
   // Where a server is in the reading of its own record.
   enum class read_phase : std::uint8_t { idle, parent, children };
 
