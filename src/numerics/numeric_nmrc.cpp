@@ -195,186 +195,7 @@ void numeric_nmrc::Streamer::Read(ipstream& is, numeric_nmrc& n, std::uint32_t v
 }
 
 // ---------------------------------------------------------------------------
-// The kinds: each writes the numeric_nmrc part behind its version word and has no data of its
-// own; those with a unit table complete the display options from it.
-
-bearing_nmrc::bearing_nmrc(streamable_init_t) noexcept : numeric_nmrc(streamable_init) {}
-
-bearing_nmrc* bearing_nmrc::clone() const {
-  return new bearing_nmrc(*this);
-}
-
-void bearing_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void bearing_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void bearing_nmrc::Streamer::Write(opstream& os, const bearing_nmrc& n) {
-  n.bearing_nmrc::write(os);
-}
-
-void bearing_nmrc::Streamer::Read(ipstream& is, bearing_nmrc& n, std::uint32_t version) {
-  n.bearing_nmrc::read(is, version);
-}
-
-distance_nmrc::distance_nmrc(streamable_init_t) noexcept : numeric_nmrc(streamable_init) {}
-
-distance_nmrc* distance_nmrc::clone() const {
-  return new distance_nmrc(*this);
-}
-
-void distance_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void distance_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void distance_nmrc::Streamer::Write(opstream& os, const distance_nmrc& n) {
-  n.distance_nmrc::write(os);
-}
-
-void distance_nmrc::Streamer::Read(ipstream& is, distance_nmrc& n, std::uint32_t version) {
-  n.distance_nmrc::read(is, version);
-}
-
-time_interval_nmrc::time_interval_nmrc(streamable_init_t) noexcept
-    : numeric_nmrc(streamable_init) {}
-
-time_interval_nmrc* time_interval_nmrc::clone() const {
-  return new time_interval_nmrc(*this);
-}
-
-void time_interval_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void time_interval_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void time_interval_nmrc::Streamer::Write(opstream& os, const time_interval_nmrc& n) {
-  n.time_interval_nmrc::write(os);
-}
-
-void time_interval_nmrc::Streamer::Read(ipstream& is, time_interval_nmrc& n,
-                                        std::uint32_t version) {
-  n.time_interval_nmrc::read(is, version);
-}
-
-speed_nmrc::speed_nmrc(streamable_init_t) noexcept : numeric_nmrc(streamable_init) {}
-
-speed_nmrc* speed_nmrc::clone() const {
-  return new speed_nmrc(*this);
-}
-
-void speed_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void speed_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void speed_nmrc::Streamer::Write(opstream& os, const speed_nmrc& n) {
-  n.speed_nmrc::write(os);
-}
-
-void speed_nmrc::Streamer::Read(ipstream& is, speed_nmrc& n, std::uint32_t version) {
-  n.speed_nmrc::read(is, version);
-}
-
-tension_nmrc::tension_nmrc(streamable_init_t) noexcept : numeric_nmrc(streamable_init) {}
-
-tension_nmrc* tension_nmrc::clone() const {
-  return new tension_nmrc(*this);
-}
-
-void tension_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void tension_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void tension_nmrc::Streamer::Write(opstream& os, const tension_nmrc& n) {
-  n.tension_nmrc::write(os);
-}
-
-void tension_nmrc::Streamer::Read(ipstream& is, tension_nmrc& n, std::uint32_t version) {
-  n.tension_nmrc::read(is, version);
-}
-
-pressure_nmrc::pressure_nmrc(streamable_init_t) noexcept : numeric_nmrc(streamable_init) {}
-
-pressure_nmrc* pressure_nmrc::clone() const {
-  return new pressure_nmrc(*this);
-}
-
-void pressure_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void pressure_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void pressure_nmrc::Streamer::Write(opstream& os, const pressure_nmrc& n) {
-  n.pressure_nmrc::write(os);
-}
-
-void pressure_nmrc::Streamer::Read(ipstream& is, pressure_nmrc& n, std::uint32_t version) {
-  n.pressure_nmrc::read(is, version);
-}
-
-emf_nmrc::emf_nmrc(streamable_init_t) noexcept : numeric_nmrc(streamable_init) {}
-
-emf_nmrc* emf_nmrc::clone() const {
-  return new emf_nmrc(*this);
-}
-
-void emf_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void emf_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void emf_nmrc::Streamer::Write(opstream& os, const emf_nmrc& n) {
-  n.emf_nmrc::write(os);
-}
-
-void emf_nmrc::Streamer::Read(ipstream& is, emf_nmrc& n, std::uint32_t version) {
-  n.emf_nmrc::read(is, version);
-}
-
-memory_nmrc::memory_nmrc(streamable_init_t) noexcept : numeric_nmrc(streamable_init) {}
-
-memory_nmrc* memory_nmrc::clone() const {
-  return new memory_nmrc(*this);
-}
-
-void memory_nmrc::write(opstream& os) const {
-  write_base<numeric_nmrc>(os, *this);
-}
-
-void memory_nmrc::read(ipstream& is, std::uint32_t) {
-  read_base<numeric_nmrc>(is, *this);
-}
-
-void memory_nmrc::Streamer::Write(opstream& os, const memory_nmrc& n) {
-  n.memory_nmrc::write(os);
-}
-
-void memory_nmrc::Streamer::Read(ipstream& is, memory_nmrc& n, std::uint32_t version) {
-  n.memory_nmrc::read(is, version);
-}
+// The kinds with a unit table complete the display options from it.
 
 void distance_nmrc::fix_nmrc_data(nmrc_data& d) const {
   complete_from(unit_table, static_cast<int>(std::size(unit_table)), d);
@@ -401,7 +222,7 @@ void emf_nmrc::fix_nmrc_data(nmrc_data& d) const {
 
 bearing_nmrc::bearing_nmrc(const numeric_server& server, int index, int width, int precision,
                            const char* label) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 1 : precision, 1.0, label) {}
+    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, 1.0, label) {}
 
 int bearing_nmrc::as_string(clock_tick t, std::string& out, bool pad) const {
   double v = 0;
@@ -418,25 +239,25 @@ int bearing_nmrc::as_string(clock_tick t, std::string& out, bool pad) const {
 
 distance_nmrc::distance_nmrc(const numeric_server& server, int index, int width,
                              int precision) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 2 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 2 : precision, unit_table[0].factor,
                    unit_table[0].label) {}
 
 speed_nmrc::speed_nmrc(const numeric_server& server, int index, int width, int precision) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
                    unit_table[0].label) {}
 
 tension_nmrc::tension_nmrc(const numeric_server& server, int index, int width,
                            int precision) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
                    unit_table[0].label) {}
 
 pressure_nmrc::pressure_nmrc(const numeric_server& server, int index, int width,
                              int precision) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
                    unit_table[0].label) {}
 
 emf_nmrc::emf_nmrc(const numeric_server& server, int index, int width, int precision) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
                    unit_table[0].label) {}
 
 // ---------------------------------------------------------------------------
@@ -444,7 +265,7 @@ emf_nmrc::emf_nmrc(const numeric_server& server, int index, int width, int preci
 
 time_interval_nmrc::time_interval_nmrc(const numeric_server& server, int index, int width,
                                        int precision) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 0 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 0 : precision, unit_table[0].factor,
                    unit_table[0].label) {}
 
 void time_interval_nmrc::fix_nmrc_data(nmrc_data& d) const {
@@ -499,7 +320,7 @@ int time_interval_nmrc::as_string(clock_tick t, std::string& out, bool pad) cons
 // memory_nmrc
 
 memory_nmrc::memory_nmrc(const numeric_server& server, int index, int width, int precision) noexcept
-    : numeric_nmrc(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
                    nullptr) {
   nmrc_data d;
   get_nmrc_data(d);

@@ -153,22 +153,36 @@ class KYO_EXPORT numeric_nmrc : public numeric {
   nmrc_data data_;
 };
 
+/// What every kind of numeric_nmrc shares: copying, and a stream form that is the numeric_nmrc
+/// part behind its 32-bit version word (the kinds keep no data of their own).
+template <class Kind>
+class KYO_EXPORT numeric_kind : public numeric_nmrc {
+ public:
+  struct Streamer {
+    static void Write(opstream& os, const Kind& n) { n.numeric_kind::write(os); }
+    static void Read(ipstream& is, Kind& n, std::uint32_t version) {
+      n.numeric_kind::read(is, version);
+    }
+  };
+
+  [[nodiscard]] numeric_nmrc* clone() const override {
+    return new Kind(static_cast<const Kind&>(*this));
+  }
+  void read(ipstream& is, std::uint32_t) override { read_base<numeric_nmrc>(is, *this); }
+  void write(opstream& os) const override { write_base<numeric_nmrc>(os, *this); }
+
+ protected:
+  using numeric_nmrc::numeric_nmrc;
+};
+
 /// A bearing or angle held in radians, shown in degrees; the label says which ("°T" true,
 /// "°G" grid, "°" plain). No unit table.
-class KYO_EXPORT bearing_nmrc : public numeric_nmrc {
+class KYO_EXPORT bearing_nmrc : public numeric_kind<bearing_nmrc> {
  public:
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const bearing_nmrc& n);
-    static void Read(ipstream& is, bearing_nmrc& n, std::uint32_t version);
-  };
   /// Factor 1.0; a negative precision becomes 1.
   bearing_nmrc(const numeric_server& server, int index, int width, int precision,
                const char* label) noexcept;
-  explicit bearing_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] bearing_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit bearing_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   /// Degrees (value x 180 / pi) rounded half away from zero to the precision; a result of
   /// exactly 360 becomes 0 (359.96 with one decimal prints 0.0); then the shared formatting
   /// (without the factor).
@@ -176,40 +190,24 @@ class KYO_EXPORT bearing_nmrc : public numeric_nmrc {
 };
 
 /// A distance held in metres: "m", "ft" (international), "ft" (US survey), "nm".
-class KYO_EXPORT distance_nmrc : public numeric_nmrc {
+class KYO_EXPORT distance_nmrc : public numeric_kind<distance_nmrc> {
  public:
   static constexpr unit_row unit_table[] = {
       {"m", 1.0}, {"ft", 3.2808398950131235}, {"ft", 3.2808333333333333}, {"nm", 1.0 / 1852.0}};
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const distance_nmrc& n);
-    static void Read(ipstream& is, distance_nmrc& n, std::uint32_t version);
-  };
   /// Unit "m"; a negative precision becomes 2.
   distance_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
-  explicit distance_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] distance_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit distance_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A time interval held in seconds: "s", "m", "h", "d", "w", or the compound form (unit 5).
-class KYO_EXPORT time_interval_nmrc : public numeric_nmrc {
+class KYO_EXPORT time_interval_nmrc : public numeric_kind<time_interval_nmrc> {
  public:
   static constexpr unit_row unit_table[] = {
       {"s", 1.0}, {"m", 1.0 / 60}, {"h", 1.0 / 3600}, {"d", 1.0 / 86400}, {"w", 1.0 / 604800}};
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const time_interval_nmrc& n);
-    static void Read(ipstream& is, time_interval_nmrc& n, std::uint32_t version);
-  };
   /// Unit "s"; a negative precision becomes 0.
   time_interval_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
-  explicit time_interval_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] time_interval_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit time_interval_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   /// Units 0-4: the shared formatting. Unit 5: weeks, days, hours, minutes and seconds, each
   /// truncated toward zero and taken off the value; leading zero parts are left out, seconds are
   /// always written, minutes and seconds with two digits: 93784 s gives "1d2h03m04s", 59 gives
@@ -221,97 +219,57 @@ class KYO_EXPORT time_interval_nmrc : public numeric_nmrc {
 };
 
 /// A speed held in metres per second: "kts", "m/s", "f/s".
-class KYO_EXPORT speed_nmrc : public numeric_nmrc {
+class KYO_EXPORT speed_nmrc : public numeric_kind<speed_nmrc> {
  public:
   static constexpr unit_row unit_table[] = {
       {"kts", 1.9438444924406049}, {"m/s", 1.0}, {"f/s", 3.2808398950131235}};
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const speed_nmrc& n);
-    static void Read(ipstream& is, speed_nmrc& n, std::uint32_t version);
-  };
   /// Unit "kts"; a negative precision becomes 1.
   speed_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
-  explicit speed_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] speed_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit speed_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A tension held in newtons: "N", "kgf", "lbf".
-class KYO_EXPORT tension_nmrc : public numeric_nmrc {
+class KYO_EXPORT tension_nmrc : public numeric_kind<tension_nmrc> {
  public:
   static constexpr unit_row unit_table[] = {
       {"N", 1.0}, {"kgf", 0.10197162129779283}, {"lbf", 0.22480894309971047}};
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const tension_nmrc& n);
-    static void Read(ipstream& is, tension_nmrc& n, std::uint32_t version);
-  };
   /// Unit "N"; a negative precision becomes 1.
   tension_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
-  explicit tension_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] tension_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit tension_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A pressure held in kilopascals: "kPa", "psi", "mb" (thousandths of a standard atmosphere).
-class KYO_EXPORT pressure_nmrc : public numeric_nmrc {
+class KYO_EXPORT pressure_nmrc : public numeric_kind<pressure_nmrc> {
  public:
   static constexpr unit_row unit_table[] = {
       {"kPa", 1.0}, {"psi", 0.14503773773020917}, {"mb", 9.869232667160128}};
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const pressure_nmrc& n);
-    static void Read(ipstream& is, pressure_nmrc& n, std::uint32_t version);
-  };
   /// Unit "kPa"; a negative precision becomes 1.
   pressure_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
-  explicit pressure_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] pressure_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit pressure_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// An electromotive force held in volts: "V".
-class KYO_EXPORT emf_nmrc : public numeric_nmrc {
+class KYO_EXPORT emf_nmrc : public numeric_kind<emf_nmrc> {
  public:
   static constexpr unit_row unit_table[] = {{"V", 1.0}};
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const emf_nmrc& n);
-    static void Read(ipstream& is, emf_nmrc& n, std::uint32_t version);
-  };
   /// Unit "V"; a negative precision becomes 1.
   emf_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
-  explicit emf_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] emf_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit emf_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A memory size held in bytes: "b", "kb", "Mb", "Gb" (powers of 1024), or chosen per value.
-class KYO_EXPORT memory_nmrc : public numeric_nmrc {
+class KYO_EXPORT memory_nmrc : public numeric_kind<memory_nmrc> {
  public:
   /// The automatic units: label and divisor.
   static constexpr unit_row unit_table[] = {
       {"b", 1.0}, {"kb", 1024.0}, {"Mb", 1048576.0}, {"Gb", 1073741824.0}};
-  struct KYO_EXPORT Streamer {
-    static void Write(opstream& os, const memory_nmrc& n);
-    static void Read(ipstream& is, memory_nmrc& n, std::uint32_t version);
-  };
   /// Automatic unit, factor 1.0, no label; a negative precision becomes 1.
   memory_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
-  explicit memory_nmrc(streamable_init_t) noexcept;
-  [[nodiscard]] memory_nmrc* clone() const override;
-  /// Writes (reads) the numeric_nmrc part after its version word.
-  void read(ipstream& is, std::uint32_t version) override;
-  void write(opstream& os) const override;
+  explicit memory_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   /// Unit 4 (automatic): the unit is the power of 1024 below the value, at most "Gb" ("b" for
   /// values below 1 and for NaN); the value is divided by it and, when the precision is not 0
   /// and the value is not 0, rounded to `precision` significant figures (1023 b with precision
