@@ -6,9 +6,9 @@
 
 namespace kyo::test {
 
-/// Seconds since 1 January 1901 00:00 of the given clock reading.
-inline double seconds_1901(int year, unsigned month, unsigned day, int hour = 0, int minute = 0,
-                           double second = 0) {
+/// The timedate of a clock reading: seconds since 1 January 1901 00:00.
+inline double at(int year, unsigned month, unsigned day, int hour = 0, int minute = 0,
+                 double second = 0) {
   namespace chr = std::chrono;
   const auto days =
       (chr::sys_days(chr::year{year} / month / day) - chr::sys_days(chr::year{1901} / 1 / 1))
