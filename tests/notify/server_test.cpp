@@ -10,7 +10,6 @@
 #include <future>
 #include <iostream>
 #include <latch>
-#include <thread>
 
 #include "support/recording_client.h"
 
@@ -44,12 +43,8 @@ TEST(server, attaches_once_and_reuses_the_first_empty_slot) {
   notification_journal journal;
   recording_client a("a", journal), b("b", journal), c("c", journal), d("d", journal);
   server s(nullptr, "s");
-  s.attach_client(a);
-  s.attach_client(b);
-  s.attach_client(c);
-  s.attach_client(a);
-  EXPECT_EQ(s.client_slots(), 3u);
-
+  for (client* each : {&a, &b, &c, &a})
+    s.attach_client(*each);
   s.detach_client(d);  // not attached: nothing happens
   s.detach_client(b);
   s.detach_client(a);
@@ -66,15 +61,11 @@ TEST(server, tells_the_parent_first_and_only_when_asked) {
   server leaf(&mid, "leaf");
   recording_client watcher("client", journal);
   leaf.attach_client(watcher);
-
   leaf.notify_clients(5, 99, false);
-  EXPECT_EQ(journal.entries(), (std::vector<std::string>{"client:5"}));
-
-  journal.clear();
   leaf.notify_clients(6, 99, true);
   // Each step up names the server it came from.
-  EXPECT_EQ(journal.entries(),
-            (std::vector<std::string>{"mid told by leaf:6", "top told by mid:6", "client:6"}));
+  EXPECT_EQ(journal.entries(), (std::vector<std::string>{"client:5", "mid told by leaf:6",
+                                                         "top told by mid:6", "client:6"}));
   EXPECT_EQ(watcher.received().back(), (notification{&leaf, 6, 99}));
 }
 
@@ -90,39 +81,28 @@ TEST(server, clients_may_call_back_and_change_the_slots_while_notified) {
   s.attach_client(first);
   s.attach_client(second);
   s.notify_clients(1, 0, false);
-  EXPECT_EQ(second.count(), 0u);
+  EXPECT_EQ(second.count() + extra.count(), 0u);
   EXPECT_EQ(late.codes(), std::vector<int>{1});
-  EXPECT_EQ(extra.count(), 0u);
   s.notify_clients(2, 0, false);
   EXPECT_EQ(extra.codes(), std::vector<int>{2});
 }
 
-TEST(server, deletes_children_last_first_and_survives_a_child_deleted_alone) {
+TEST(server, deletes_children_last_first_keeps_their_order_and_refuses_loops) {
   notification_journal journal;
   auto* top = new probe_server(nullptr, "top", journal);
-  new probe_server(top, "a", journal);
+  auto* a = new probe_server(top, "a", journal);
   auto* b = new probe_server(top, "b", journal);
   new probe_server(top, "c", journal);
-  new probe_server(b, "b1", journal);
-
-  delete b;
+  auto* b1 = new probe_server(b, "b1", journal);
+  EXPECT_TRUE(a->set_parent(top)) << "the same parent again keeps the place";
+  EXPECT_FALSE(b->set_parent(b));
+  EXPECT_FALSE(b->set_parent(b1));
+  delete b;  // on its own
   EXPECT_EQ(child_names(*top), (std::vector<std::string>{"a", "c"}));
   journal.clear();
   delete top;
   EXPECT_EQ(journal.entries(),
             (std::vector<std::string>{"deleted top:0", "deleted c:0", "deleted a:0"}));
-}
-
-TEST(server, set_parent_keeps_the_order_for_the_same_parent_and_refuses_loops) {
-  server p(nullptr, "p");
-  server* x = new server(&p, "x");
-  server* y = new server(&p, "y");
-  server* z = new server(y, "z");
-  EXPECT_TRUE(x->set_parent(&p));
-  EXPECT_EQ(child_names(p), (std::vector<std::string>{"x", "y"}));
-  EXPECT_FALSE(y->set_parent(y));
-  EXPECT_FALSE(y->set_parent(z));
-  EXPECT_EQ(y->get_parent(), &p);
 }
 
 TEST(server, copy_takes_the_name_only_and_assignment_keeps_the_links) {
@@ -135,10 +115,8 @@ TEST(server, copy_takes_the_name_only_and_assignment_keeps_the_links) {
 
   server copy(original);
   EXPECT_EQ(copy.get_name(), "original");
-  EXPECT_EQ(copy.get_parent(), nullptr);
-  EXPECT_EQ(copy.next(nullptr), nullptr);
-  EXPECT_EQ(copy.client_slots(), 0u);
-  EXPECT_FALSE(copy.is_dirty());
+  EXPECT_TRUE(copy.get_parent() == nullptr && copy.next(nullptr) == nullptr &&
+              copy.client_slots() == 0 && !copy.is_dirty());
 
   original.set_dirty(false);
   original = server(nullptr, "other");
@@ -154,51 +132,39 @@ TEST(server, copy_takes_the_name_only_and_assignment_keeps_the_links) {
 // deadlock: no operation may hold a parent's lock while it waits for a child's.
 TEST(server_threads, a_child_and_its_parent_notifying_at_once_do_not_deadlock) {
   constexpr int rounds = 100000;
-  auto* top = new server(nullptr, "top");
-  auto* list = new server_list(top, "list", 3, 1, 1, 2, 3);
+  recording_client on_list, on_member;  // outlive the servers, which tell them of their end
+  server top(nullptr, "top");
+  auto* list = new server_list(&top, "list", 3, 1, 1, 2, 3);
   auto* member = new server(nullptr, "member");
   ASSERT_TRUE(list->add_at(*member, 0));
-  auto* on_list = new recording_client;
-  auto* on_member = new recording_client;
-  list->attach_client(*on_list);
-  member->attach_client(*on_member);
+  list->attach_client(on_list);
+  member->attach_client(on_member);
   list->set_dirty(false);  // so that is_dirty asks down to the member
 
   std::latch start(2);
-  std::promise<void> child_done, parent_done;
-  std::future<void> child_finished = child_done.get_future();
-  std::future<void> parent_finished = parent_done.get_future();
-  std::thread child([&] {
+  auto child = std::async(std::launch::async, [&] {
     start.arrive_and_wait();
     for (int i = 0; i < rounds; ++i)
       member->notify_clients(10, i, true);
-    child_done.set_value();
   });
-  std::thread parent([&] {
+  auto parent = std::async(std::launch::async, [&] {
     start.arrive_and_wait();
     for (int i = 0; i < rounds; ++i) {
       list->notify_clients(20, i, true);
-      (void)top->is_dirty();
+      (void)top.is_dirty();
       (void)list->get("member");
       member->set_dirty(i % 2 == 0);
     }
-    parent_done.set_value();
   });
-
   const auto limit = std::chrono::seconds(30);
-  if (child_finished.wait_for(limit) != std::future_status::ready ||
-      parent_finished.wait_for(limit) != std::future_status::ready) {
+  if (child.wait_for(limit) != std::future_status::ready ||
+      parent.wait_for(limit) != std::future_status::ready) {
     // The threads are stuck on the locks: nothing can be cleaned up.
     std::cerr << "server_threads: deadlock between a child and its parent\n";
     std::abort();
   }
-  child.join();
-  parent.join();
-  EXPECT_EQ(on_member->count(), std::size_t(rounds));
-  EXPECT_EQ(on_list->count(), std::size_t(2 * rounds));
-  delete top;
-  delete on_list;
-  delete on_member;
+  EXPECT_EQ(on_member.count(), std::size_t(rounds));
+  EXPECT_EQ(on_list.count(), std::size_t(2 * rounds));
 }
 
 }  // namespace
