@@ -135,20 +135,17 @@ inline const stream_registration<growing> growing_registration{"test_growing"};
 /// Deletes the nodes made since `before` that nobody owns (what a corrupt
 /// stream may leave behind) and returns how many there were.
 inline int delete_orphans(const std::set<node*>& before) {
-  int orphans = 0;
-  for (;;) {
+  for (int orphans = 0;; ++orphans) {
     std::set<node*> owned;
     for (node* n : live_nodes) {
       for (const auto& c : n->children)
         owned.insert(c.get());
     }
-    node* orphan = nullptr;
-    for (node* n : live_nodes) {
-      if (!before.contains(n) && !owned.contains(n)) orphan = n;
-    }
-    if (orphan == nullptr) return orphans;
-    delete orphan;
-    ++orphans;
+    const auto orphan = std::find_if(live_nodes.begin(), live_nodes.end(), [&](node* n) {
+      return !before.contains(n) && !owned.contains(n);
+    });
+    if (orphan == live_nodes.end()) return orphans;
+    delete *orphan;
   }
 }
 

@@ -8,6 +8,8 @@
 
 #include <kyo/core/object_stream.h>
 
+#include "support/damaged_streams.h"
+
 namespace {
 
 using kyo::string_array;
@@ -61,43 +63,35 @@ TEST(string_array, indices_start_at_the_lower_bound) {
   EXPECT_EQ(items(a), (std::vector<std::string>{"w", "x"}));
 }
 
+bool read(const std::string& bytes, string_array& into) {
+  std::istringstream in(bytes);
+  kyo::ipstream is(in);
+  is >> into;
+  return is.good();
+}
+
 TEST(string_array, stream_form_is_a_count_and_the_strings) {
   string_array a;
   a.add("ab");
   a.add("");
-  std::ostringstream out_bytes;
-  {
-    kyo::opstream out(out_bytes);
-    out << a;
-  }
-  const std::string bytes = out_bytes.str();
+  std::ostringstream out;
+  kyo::opstream os(out);
+  os << a;
+  const std::string bytes = out.str();
   EXPECT_EQ(bytes, std::string("\2\0\0\0\2\0\0\0ab\0\0\0\0", 14));
-
-  std::istringstream in_bytes(bytes);
-  kyo::ipstream in(in_bytes);
   string_array back;
   back.add("old");
-  in >> back;
-  EXPECT_TRUE(in.good());
+  EXPECT_TRUE(read(bytes, back));
   EXPECT_EQ(back, a);
 
-  struct row {
-    const char* what;
-    std::string bytes;
-  };
-  const row bad[] = {
-      {"count beyond the input", std::string("\xFF\xFF\xFF\xFF\2\0\0\0ab", 10)},
-      {"cut inside a string", bytes.substr(0, 9)},
-      {"cut inside the count", bytes.substr(0, 3)},
-  };
-  for (const auto& r : bad) {
-    SCOPED_TRACE(r.what);
-    std::istringstream s(r.bytes);
-    kyo::ipstream is(s);
+  // Every truncation, and a count the input cannot hold, fail and leave the array alone.
+  auto bad = kyo::test::damaged_copies(bytes, {});
+  bad.push_back({"count beyond the input", std::string("\xFF\xFF\xFF\xFF\2\0\0\0ab", 10), false});
+  for (const auto& d : bad) {
+    SCOPED_TRACE(d.what);
     string_array kept;
     kept.add("kept");
-    is >> kept;
-    EXPECT_TRUE(is.fail());
+    EXPECT_FALSE(read(d.bytes, kept));
     EXPECT_EQ(items(kept), std::vector<std::string>{"kept"});
   }
 }
