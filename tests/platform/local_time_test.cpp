@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -20,82 +21,47 @@ namespace {
 
 using kyo::test::fake_wall_clock;
 
-struct expected_time {
-  int year, month, day_of_week, day, hour, minute, second, milliseconds;
-};
-
-void expect_time(const kyo::system_time& t, const expected_time& e) {
-  EXPECT_EQ(t.year, e.year);
-  EXPECT_EQ(t.month, e.month);
-  EXPECT_EQ(t.day_of_week, e.day_of_week);
-  EXPECT_EQ(t.day, e.day);
-  EXPECT_EQ(t.hour, e.hour);
-  EXPECT_EQ(t.minute, e.minute);
-  EXPECT_EQ(t.second, e.second);
-  EXPECT_EQ(t.milliseconds, e.milliseconds);
+// "2024-02-29 d4 23:59:59.999": the date, the day of the week (0 = Sunday) and the time.
+std::string text(const kyo::system_time& t) {
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%04d-%02d-%02d d%d %02d:%02d:%02d.%03d", t.year, t.month, t.day,
+                t.day_of_week, t.hour, t.minute, t.second, t.milliseconds);
+  return buf;
 }
 
-TEST(get_local_time, breaks_down_the_wall_clock_in_the_zone) {
+TEST(local_time, breaks_down_the_wall_clock_with_the_zone_offset) {
   struct row {
     const char* name;
     const char* zone;
     fake_wall_clock::time_point when;
-    expected_time local;
+    const char* local;
+    long offset;
   };
+  using c = fake_wall_clock;
+  const char* const london = "Europe/London";
   const row rows[] = {
-      {"leap day, last millisecond, UTC",
-       "UTC",
-       fake_wall_clock::utc(2024, 2, 29, 23, 59, 59, 999),
-       {2024, 2, 4, 29, 23, 59, 59, 999}},
-      {"before 1970 keeps milliseconds positive",
-       "UTC",
-       fake_wall_clock::utc(1969, 12, 31, 23, 59, 59, 500),
-       {1969, 12, 3, 31, 23, 59, 59, 500}},
-      {"London, last second of winter time",
-       "Europe/London",
-       fake_wall_clock::utc(2024, 3, 31, 0, 59, 59),
-       {2024, 3, 0, 31, 0, 59, 59, 0}},
-      {"London, first second of summer time",
-       "Europe/London",
-       fake_wall_clock::utc(2024, 3, 31, 1, 0, 0),
-       {2024, 3, 0, 31, 2, 0, 0, 0}},
-      {"London, summer time moves the date",
-       "Europe/London",
-       fake_wall_clock::utc(2024, 6, 30, 23, 30, 0, 250),
-       {2024, 7, 1, 1, 0, 30, 0, 250}},
-      {"London, back to winter time",
-       "Europe/London",
-       fake_wall_clock::utc(2024, 10, 27, 1, 0, 0),
-       {2024, 10, 0, 27, 1, 0, 0, 0}},
+      {"leap day, last millisecond", "UTC", c::utc(2024, 2, 29, 23, 59, 59, 999),
+       "2024-02-29 d4 23:59:59.999", 0},
+      {"before 1970 keeps milliseconds positive", "UTC", c::utc(1969, 12, 31, 23, 59, 59, 500),
+       "1969-12-31 d3 23:59:59.500", 0},
+      {"last second of winter time", london, c::utc(2024, 3, 31, 0, 59, 59),
+       "2024-03-31 d0 00:59:59.000", 0},
+      {"first second of summer time", london, c::utc(2024, 3, 31, 1, 0, 0),
+       "2024-03-31 d0 02:00:00.000", 3600},
+      {"summer time moves the date", london, c::utc(2024, 6, 30, 23, 30, 0, 250),
+       "2024-07-01 d1 00:30:00.250", 3600},
+      {"last second of summer time", london, c::utc(2024, 10, 27, 0, 59, 59),
+       "2024-10-27 d0 01:59:59.000", 3600},
+      {"back to winter time", london, c::utc(2024, 10, 27, 1, 0, 0), "2024-10-27 d0 01:00:00.000",
+       0},
+      {"west of Greenwich is negative", "America/New_York", c::utc(2024, 1, 15, 12, 0, 0),
+       "2024-01-15 d1 07:00:00.000", -5 * 3600},
   };
   for (const row& r : rows) {
     SCOPED_TRACE(r.name);
     kyo::test::scoped_env tz("TZ", r.zone);
     kyo::test::fake_wall_clock clock(r.when);
-    expect_time(kyo::get_local_time(), r.local);
-  }
-}
-
-TEST(utc_offset_seconds, includes_daylight_saving) {
-  struct row {
-    const char* name;
-    const char* zone;
-    fake_wall_clock::time_point when;
-    long offset;
-  };
-  const row rows[] = {
-      {"UTC", "UTC", fake_wall_clock::utc(2024, 7, 1, 12, 0, 0), 0},
-      {"London winter", "Europe/London", fake_wall_clock::utc(2024, 3, 31, 0, 59, 59), 0},
-      {"London summer", "Europe/London", fake_wall_clock::utc(2024, 3, 31, 1, 0, 0), 3600},
-      {"London summer, last second", "Europe/London", fake_wall_clock::utc(2024, 10, 27, 0, 59, 59),
-       3600},
-      {"London winter again", "Europe/London", fake_wall_clock::utc(2024, 10, 27, 1, 0, 0), 0},
-      {"west of Greenwich is negative", "America/New_York",
-       fake_wall_clock::utc(2024, 1, 15, 12, 0, 0), -5 * 3600},
-  };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.name);
-    kyo::test::scoped_env tz("TZ", r.zone);
+    EXPECT_EQ(text(kyo::get_local_time()), r.local);
     EXPECT_EQ(kyo::utc_offset_seconds(std::chrono::system_clock::to_time_t(r.when)), r.offset);
   }
 }
