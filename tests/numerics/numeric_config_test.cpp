@@ -12,16 +12,21 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "support/test_numeric_server.h"
 
 namespace kyo::test {
 namespace {
 
-numeric_nmrc::nmrc_data data_of(const numeric& n) {
+/// Display options as one comparable value.
+auto fields(const numeric_nmrc::nmrc_data& d) {
+  return std::tuple(d.unit_index, d.width, d.precision, d.factor, std::string(d.units));
+}
+auto options(const numeric& n) {
   numeric_nmrc::nmrc_data d;
   dynamic_cast<const numeric_nmrc&>(n).get_nmrc_data(d);
-  return d;
+  return fields(d);
 }
 
 std::string config_of(const numeric& n) {
@@ -32,15 +37,9 @@ std::string config_of(const numeric& n) {
 }
 
 TEST(numeric_config, every_kind_writes_its_exact_text_and_reads_it_back) {
-  struct row {
-    int type;
-    int unit;
-    const char* written;
-    double factor_back;
-  };
   // Each numeric is given unit `unit` (completing factor and label from its table), width 10
   // and precision 3.
-  const row rows[] = {
+  const std::tuple<int, int, const char*, double> rows[] = {
       {5, 0, "0,10,3,1.000000,   ", 1.0},       {6, 0, "0,10,3,1.000000,   ", 1.0},
       {7, 2, "2,10,3,3.280833, ft", 3.280833},  {7, 3, "3,10,3,0.000540, nm", 0.00054},
       {8, 4, "4,10,3,0.000002,  w", 0.000002},  {8, 5, "5,10,3,1.000000,   ", 1.0},
@@ -51,55 +50,36 @@ TEST(numeric_config, every_kind_writes_its_exact_text_and_reads_it_back) {
   };
   test_numeric_server s;
   s.add_every_type();
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.written);
-    std::unique_ptr<numeric> n(make_numeric(s, r.type + 1));
+  for (const auto& [type, unit, written, factor_back] : rows) {
+    SCOPED_TRACE(written);
+    std::unique_ptr<numeric> n(make_numeric(s, type + 1)), back(make_numeric(s, type + 1));
     auto& nn = dynamic_cast<numeric_nmrc&>(*n);
-    numeric_nmrc::nmrc_data d = data_of(nn);
-    d.unit_index = r.unit;
-    d.width = 10;
-    d.precision = 3;
+    numeric_nmrc::nmrc_data d;
+    nn.get_nmrc_data(d);
+    std::tie(d.unit_index, d.width, d.precision) = std::tuple(unit, 10, 3);
     nn.set_nmrc_data(d);
-    ASSERT_EQ(config_of(nn), r.written);
-
-    std::unique_ptr<numeric> back(make_numeric(s, r.type + 1));
-    EXPECT_EQ(back->read_config(r.written), 5);
-    const numeric_nmrc::nmrc_data b = data_of(*back);
-    EXPECT_EQ(b.unit_index, r.unit);
-    EXPECT_EQ(b.width, 10);
-    EXPECT_EQ(b.precision, 3);
-    EXPECT_EQ(b.factor, r.factor_back);
-    EXPECT_STREQ(b.units, d.units);
-    EXPECT_EQ(config_of(*back), r.written);
+    ASSERT_EQ(config_of(*n), written);
+    EXPECT_EQ(back->read_config(written), 5);
+    EXPECT_EQ(options(*back), std::tuple(unit, 10, 3, factor_back, std::string(d.units)));
+    EXPECT_EQ(config_of(*back), written);
   }
 
-  timedate_nmrc td(s, 2, 7, 2);
+  timedate_nmrc td(s, 2, 7, 2), td_back(s, 2, 5, 0);
   EXPECT_EQ(config_of(td), "7,2");
-  timedate_nmrc td_back(s, 2, 5, 0);
   EXPECT_EQ(td_back.read_config("7,2"), 2);
-  EXPECT_EQ(td_back.get_flags(), 7);
-  EXPECT_EQ(td_back.get_decimals(), 2);
-
-  geog_nmrc g(s, 3, geog_format::semicircles);
+  EXPECT_EQ(std::pair(td_back.get_flags(), td_back.get_decimals()), std::pair(7, 2));
+  geog_nmrc g(s, 3, geog_format::semicircles), g_back(s, 3, geog_format::seconds);
   EXPECT_EQ(config_of(g), "4");
-  geog_nmrc g_back(s, 3, geog_format::seconds);
   EXPECT_EQ(g_back.read_config("4"), 1);
   EXPECT_EQ(g_back.get_format(), geog_format::semicircles);
-
   numeric plain(s, 1);
   EXPECT_EQ(config_of(plain), "");
   EXPECT_EQ(plain.read_config("1,2,3"), 0);
 }
 
 TEST(numeric_config, bad_texts_set_the_fields_before_the_first_bad_one) {
-  struct row {
-    const char* what;
-    const char* text;
-    int fields;
-    numeric_nmrc::nmrc_data expected;
-  };
   // The numeric starts as unit 0, width 12, precision 2, factor 1, label "m".
-  const row rows[] = {
+  const std::tuple<const char*, const char*, int, numeric_nmrc::nmrc_data> rows[] = {
       {"null text", nullptr, 0, {0, 12, 2, 1.0, "m"}},
       {"empty text", "", 0, {0, 12, 2, 1.0, "m"}},
       {"unit only, as a custom output line hands it over", "3", 1, {3, 12, 2, 1.0, "m"}},
@@ -120,27 +100,20 @@ TEST(numeric_config, bad_texts_set_the_fields_before_the_first_bad_one) {
   };
   test_numeric_server s;
   const int index = s.add("d", numeric_type::distance);
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
+  for (const auto& [what, text, taken, expected] : rows) {
+    SCOPED_TRACE(what);
     distance_nmrc n(s, index, 12, 2);
-    EXPECT_EQ(n.read_config(r.text), r.fields);
-    const numeric_nmrc::nmrc_data d = data_of(n);
-    EXPECT_EQ(d.unit_index, r.expected.unit_index);
-    EXPECT_EQ(d.width, r.expected.width);
-    EXPECT_EQ(d.precision, r.expected.precision);
-    EXPECT_EQ(d.factor, r.expected.factor);
-    EXPECT_STREQ(d.units, r.expected.units);
+    EXPECT_EQ(n.read_config(text), taken);
+    EXPECT_EQ(options(n), fields(expected));
   }
 
   distance_nmrc n(s, index, 12, 2);
   EXPECT_EQ(n.read_config(std::string(100000, '9').c_str()), 0) << "overlong number";
   EXPECT_EQ(n.read_config("1,2,3,nan,m"), 5);
-  EXPECT_TRUE(std::isnan(data_of(n).factor));
-
+  EXPECT_TRUE(std::isnan(std::get<3>(options(n))));
   timedate_nmrc td(s, index, 5, 0);
   EXPECT_EQ(td.read_config("3,x"), 1);
-  EXPECT_EQ(td.get_flags(), 3);
-  EXPECT_EQ(td.get_decimals(), 0);
+  EXPECT_EQ(std::pair(td.get_flags(), td.get_decimals()), std::pair(3, 0));
   EXPECT_EQ(td.read_config("x"), 0);
   EXPECT_EQ(td.get_flags(), 3);
 }
@@ -157,8 +130,7 @@ TEST(numeric_config, random_texts_never_take_more_fields_than_there_are) {
     SCOPED_TRACE(text);
     for (int type : {1, 2, 7, 8, 17}) {
       std::unique_ptr<numeric> n(make_numeric(s, type + 1));
-      const int fields = n->read_config(text.c_str());
-      EXPECT_LE(fields, type == 1 ? 2 : type == 2 ? 1 : 5);
+      EXPECT_LE(n->read_config(text.c_str()), type == 1 ? 2 : type == 2 ? 1 : 5);
       std::string out;
       n->as_string(0, out, true);
       EXPECT_LE(out.size(), 31u);

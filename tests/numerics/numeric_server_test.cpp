@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/test_numeric_server.h"
@@ -18,27 +19,20 @@ namespace {
 
 // Writes its label to a shared journal whenever it is told anything, then runs its action.
 struct scripted_client : numeric_client {
-  scripted_client(std::string l, std::vector<std::string>& j) : label(std::move(l)), journal(j) {}
+  scripted_client(std::string l, std::string& j) : label(std::move(l)), journal(j) {}
   void new_data() override { call(); }
   void nmrc_srvr_destroyed(numeric_server&) override { call(); }
   void call() {
-    journal.push_back(label);
+    journal += label;
     if (action) action();
   }
   std::string label;
-  std::vector<std::string>& journal;
+  std::string& journal;
   std::function<void()> action;
 };
 
 TEST(numeric_server, status_follows_the_signed_age_of_the_data) {
-  struct row {
-    const char* what;
-    long timeout;
-    std::uint32_t update;
-    std::uint32_t now;
-    int status;
-  };
-  const row rows[] = {
+  const std::tuple<const char*, long, std::uint32_t, std::uint32_t, int> rows[] = {
       {"fresh at the update tick", 1000, 5000, 5000, numeric_status::fresh},
       {"fresh one tick before the timeout", 1000, 5000, 5999, numeric_status::fresh},
       {"stale at the timeout", 1000, 5000, 6000, numeric_status::stale},
@@ -48,16 +42,16 @@ TEST(numeric_server, status_follows_the_signed_age_of_the_data) {
       {"a now before the update reads as a negative age", 1000, 5000, 4000, numeric_status::fresh},
       {"stale half a counter period later", 1000, 0, 0x7FFFFFFF, numeric_status::stale},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
-    test_numeric_server s(nullptr, "s", false, r.timeout);
-    EXPECT_EQ(s.get_numeric_status(r.now), numeric_status::no_data);
-    s.set_update_time(r.update);
-    EXPECT_EQ(s.get_numeric_status(r.now), r.status);
+  for (const auto& [what, timeout, update, now, status] : rows) {
+    SCOPED_TRACE(what);
+    test_numeric_server s(nullptr, "s", false, timeout);
+    EXPECT_EQ(s.get_numeric_status(now), numeric_status::no_data);
+    s.set_update_time(update);
+    EXPECT_EQ(s.get_numeric_status(now), status);
   }
 }
 
-TEST(numeric_server, paths_escape_dots_and_leave_out_hidden_servers) {
+TEST(numeric_server, paths_escape_dots_leave_out_hidden_servers_and_lead_back) {
   test_numeric_server root(nullptr, "root");
   auto* x = new test_numeric_server(&root, "x");
   auto* ab = new test_numeric_server(x, "a.b");
@@ -66,40 +60,28 @@ TEST(numeric_server, paths_escape_dots_and_leave_out_hidden_servers) {
   auto* lead = new test_numeric_server(x, ".lead");
   auto* trail = new test_numeric_server(x, "trail.");
   auto* under_trail = new test_numeric_server(trail, "z");
-
-  EXPECT_EQ(root.get_path(true), "");
-  EXPECT_EQ(x->get_path(true), "x");
-  EXPECT_EQ(ab->get_path(true), "x.a..b");
-  EXPECT_EQ(y->get_path(true), "h.y");
-  EXPECT_EQ(y->get_path(false), "y");
-  EXPECT_EQ(hidden->get_path(false), "");
-  EXPECT_EQ(lead->get_path(true), "x...lead");
-  EXPECT_EQ(under_trail->get_path(true), "x.trail...z");
-
-  const std::vector<const numeric_server*> all = {x, ab, y, lead, trail, under_trail};
-  for (const numeric_server* s : all) {
-    SCOPED_TRACE(s->get_path(true));
-    EXPECT_EQ(root.get(s->get_path(true)), s);
+  std::string full, partial;
+  for (const numeric_server* s : {&root, x, ab, hidden, y, lead, under_trail}) {
+    full += "[" + s->get_path(true) + "]";
+    partial += "[" + s->get_path(false) + "]";
+    EXPECT_EQ(root.get(s->get_path(true)), s) << s->get_path(true);
   }
-  EXPECT_EQ(root.get(""), &root);
+  EXPECT_EQ(full, "[][x][x.a..b][h][h.y][x...lead][x.trail...z]");
+  EXPECT_EQ(partial, "[][x][x.a..b][][y][x...lead][x.trail...z]");
   EXPECT_EQ(x->get("a..b"), ab);
   EXPECT_EQ(root.get("y"), nullptr) << "a get_path(false) path does not resolve past hidden ones";
-  EXPECT_EQ(root.get("x.a"), nullptr);
-  EXPECT_EQ(root.get("x.a.b"), nullptr);
-  EXPECT_EQ(root.get("x."), nullptr);
-}
-
-TEST(numeric_server, lookup_takes_the_first_child_of_a_name) {
-  test_numeric_server root(nullptr, "root");
+  for (const char* none : {"x.a", "x.a.b", "x."}) {
+    EXPECT_EQ(root.get(none), nullptr) << none;
+  }
+  // The first child of a name is taken, even when a later one would lead further.
   auto* first = new test_numeric_server(&root, "dup");
-  auto* second = new test_numeric_server(&root, "dup");
-  new test_numeric_server(second, "only_in_second");
+  new test_numeric_server(new test_numeric_server(&root, "dup"), "only_in_second");
   EXPECT_EQ(root.get("dup"), first);
   EXPECT_EQ(root.get("dup.only_in_second"), nullptr);
 }
 
 TEST(numeric_server, a_parent_owns_its_children_and_refuses_loops) {
-  std::vector<std::string> journal;
+  std::string journal;
   auto* root = new test_numeric_server(nullptr, "root");
   auto* a = new test_numeric_server(root, "a");
   auto* b = new test_numeric_server(root, "b");
@@ -108,28 +90,24 @@ TEST(numeric_server, a_parent_owns_its_children_and_refuses_loops) {
   a->attach_nmrc_client(ja);
   b->attach_nmrc_client(jb);
   c->attach_nmrc_client(jc);
-
   EXPECT_FALSE(a->set_nmrc_parent(c)) << "a descendant as parent";
   EXPECT_FALSE(a->set_nmrc_parent(a));
   EXPECT_EQ(a->get_parent(), root);
   EXPECT_TRUE(c->set_nmrc_parent(b));
-  EXPECT_EQ(b->next(nullptr), c);
-  EXPECT_EQ(a->next(nullptr), nullptr);
   EXPECT_EQ(root->get("b.c"), c);
-
+  EXPECT_EQ(a->next(nullptr), nullptr);
   delete root;  // children last first: b (and its c) before a
-  EXPECT_EQ(journal, (std::vector<std::string>{"b", "c", "a"}));
+  EXPECT_EQ(journal, "bca");
 }
 
 TEST(numeric_server, attaching_a_client_twice_registers_it_once) {
-  std::vector<std::string> journal;
+  std::string journal;
   test_numeric_server s;
   scripted_client a("a", journal);
   s.attach_nmrc_client(a);
   s.attach_nmrc_client(a);
-  EXPECT_EQ(s.client_count(), 1u);
   s.set_update_time(1);
-  EXPECT_EQ(journal, std::vector<std::string>{"a"});
+  EXPECT_EQ(journal, "a");
   s.detach_nmrc_client(a);
   s.detach_nmrc_client(a);
   EXPECT_EQ(s.client_count(), 0u);
@@ -137,43 +115,36 @@ TEST(numeric_server, attaching_a_client_twice_registers_it_once) {
 
 // Clients a to f; during the round b leaves, c detaches a (before it), d detaches f (after it)
 // and e attaches a newcomer, which is told in the same round.
+// The fixture must outlive the server, whose destructor tells the clients.
 struct round_fixture {
-  std::vector<std::string> journal;
-  std::vector<std::unique_ptr<scripted_client>> clients;
-  scripted_client newcomer{"n", journal};
-
-  scripted_client& operator[](char label) { return *clients[std::size_t(label - 'a')]; }
-
   void attach_to(const numeric_server& s) {
     for (char l = 'a'; l <= 'f'; ++l) {
       clients.push_back(std::make_unique<scripted_client>(std::string(1, l), journal));
       s.attach_nmrc_client(*clients.back());
     }
-    (*this)['b'].action = [&] { s.detach_nmrc_client((*this)['b']); };
-    (*this)['c'].action = [&] { s.detach_nmrc_client((*this)['a']); };
-    (*this)['d'].action = [&] { s.detach_nmrc_client((*this)['f']); };
-    (*this)['e'].action = [&] { s.attach_nmrc_client(newcomer); };
+    clients[1]->action = [this, p = &s] { p->detach_nmrc_client(*clients[1]); };
+    clients[2]->action = [this, p = &s] { p->detach_nmrc_client(*clients[0]); };
+    clients[3]->action = [this, p = &s] { p->detach_nmrc_client(*clients[5]); };
+    clients[4]->action = [this, p = &s] { p->attach_nmrc_client(newcomer); };
   }
+  std::string journal;
+  std::vector<std::unique_ptr<scripted_client>> clients;
+  scripted_client newcomer{"n", journal};
 };
 
-TEST(numeric_server, update_round_neither_skips_nor_repeats_when_clients_come_and_go) {
-  round_fixture f;
+TEST(numeric_server, rounds_neither_skip_nor_repeat_when_clients_come_and_go) {
+  round_fixture f, g;
   test_numeric_server s;
   f.attach_to(s);
   s.set_update_time(10);
-  EXPECT_EQ(f.journal, (std::vector<std::string>{"a", "b", "c", "d", "e", "n"}));
-  EXPECT_EQ(s.client_count(), 4u);
-  f.journal.clear();
+  EXPECT_EQ(f.journal, "abcden");
   s.set_update_time(20);
-  EXPECT_EQ(f.journal, (std::vector<std::string>{"c", "d", "e", "n"}));
-}
+  EXPECT_EQ(f.journal, "abcdencden");
 
-TEST(numeric_server, destruction_round_neither_skips_nor_repeats_when_clients_come_and_go) {
-  auto* s = new test_numeric_server;
-  round_fixture f;
-  f.attach_to(*s);
-  delete s;
-  EXPECT_EQ(f.journal, (std::vector<std::string>{"a", "b", "c", "d", "e", "n"}));
+  auto* doomed = new test_numeric_server;
+  g.attach_to(*doomed);
+  delete doomed;
+  EXPECT_EQ(g.journal, "abcden");
 }
 
 TEST(numeric_server, destruction_reaches_every_client_that_deletes_itself) {
@@ -191,32 +162,28 @@ TEST(numeric_server, destruction_reaches_every_client_that_deletes_itself) {
   auto* s = new test_numeric_server;
   for (int i = 0; i < 5; ++i)
     s->attach_nmrc_client(*new self_deleting(alive));
-  ASSERT_EQ(alive, 5);
   delete s;
   EXPECT_EQ(alive, 0);
 }
 
 TEST(numeric_server, nested_update_rounds_keep_their_own_place) {
-  std::vector<std::string> journal;
+  std::string journal;
   scripted_client a("a", journal), b("b", journal), c("c", journal);
   test_numeric_server s;
-  s.attach_nmrc_client(a);
-  s.attach_nmrc_client(b);
-  s.attach_nmrc_client(c);
-  bool again = true;
+  for (scripted_client* each : {&a, &b, &c})
+    s.attach_nmrc_client(*each);
   b.action = [&] {
-    if (!again) return;
-    again = false;
+    if (journal != "ab") return;
     s.detach_nmrc_client(a);  // moves the outer round back by one
     s.set_update_time(2);
   };
   s.set_update_time(1);
-  EXPECT_EQ(journal, (std::vector<std::string>{"a", "b", "b", "c", "c"}));
+  EXPECT_EQ(journal, "abbcc");
 }
 
 TEST(numeric_server_list, owns_its_members_and_refuses_a_second_owner) {
-  std::vector<std::string> journal;
-  scripted_client watcher("gone", journal);
+  std::string journal;
+  scripted_client watcher("gone ", journal);
   test_numeric_server parent;
   auto* child = new test_numeric_server(&parent, "child");
   auto* a = new test_numeric_server(nullptr, "a");
@@ -225,31 +192,28 @@ TEST(numeric_server_list, owns_its_members_and_refuses_a_second_owner) {
   b->attach_nmrc_client(watcher);
   {
     numeric_server_list list(4, 1, 2);
-    EXPECT_TRUE(list.add(a));
-    EXPECT_TRUE(list.add(b));
+    EXPECT_TRUE(list.add(a) && list.add(b));
     EXPECT_FALSE(list.add(a)) << "already a member";
     EXPECT_FALSE(list.add(nullptr));
     EXPECT_FALSE(list.add(child)) << "owned by its parent";
     EXPECT_EQ(list.count(), 2);
-    EXPECT_EQ(list.at(1), a) << "indexes start at the lower bound";
-    EXPECT_EQ(list.at(2), b);
-    EXPECT_EQ(list.at(0), nullptr);
-    EXPECT_EQ(list.at(3), nullptr);
-
+    EXPECT_TRUE(list.at(0) == nullptr && list.at(1) == a && list.at(2) == b &&
+                list.at(3) == nullptr)
+        << "indexes start at the lower bound";
     std::string names;
     list.for_each(
         [](numeric_server& s, void* out) { *static_cast<std::string*>(out) += s.get_name(); },
         &names);
     EXPECT_EQ(names, "ab");
-    const char* wanted = "b";
-    EXPECT_EQ(
-        list.first_that([](const numeric_server& s,
-                           void* w) { return s.get_name() == static_cast<const char*>(w) ? 1 : 0; },
-                        const_cast<char*>(wanted)),
-        b);
-    EXPECT_EQ(list.first_that([](const numeric_server&, void*) { return 0; }, nullptr), nullptr);
+    std::string wanted = "b";
+    const auto named = [](const numeric_server& s, void* w) {
+      return s.get_name() == *static_cast<std::string*>(w) ? 1 : 0;
+    };
+    EXPECT_EQ(list.first_that(named, &wanted), b);
+    wanted = "none";
+    EXPECT_EQ(list.first_that(named, &wanted), nullptr);
   }
-  EXPECT_EQ(journal.size(), 2u) << "both members deleted with the list";
+  EXPECT_EQ(journal, "gone gone ") << "both members deleted with the list";
 }
 
 }  // namespace

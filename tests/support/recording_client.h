@@ -77,16 +77,12 @@ class recording_client : public client {
   }
   /// The codes received, in order.
   std::vector<int> codes() const {
-    std::lock_guard guard(mutex_);
     std::vector<int> out;
-    for (const notification& n : received_)
+    for (const notification& n : received())
       out.push_back(n.code);
     return out;
   }
-  std::size_t count() const {
-    std::lock_guard guard(mutex_);
-    return received_.size();
-  }
+  std::size_t count() const { return received().size(); }
   void clear() {
     std::lock_guard guard(mutex_);
     received_.clear();

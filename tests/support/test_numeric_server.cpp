@@ -49,31 +49,15 @@ void test_numeric_server::add_every_type(int width, int precision) {
 }
 
 test_numeric_server::entry& test_numeric_server::at(int index) {
-  if (index < 1 || index > static_cast<int>(entries_.size())) {
+  if (find(index) == nullptr) {
     throw std::out_of_range("test_numeric_server: no entry " + std::to_string(index));
   }
   return entries_[static_cast<std::size_t>(index - 1)];
 }
 
-void test_numeric_server::set_value(int index, double value) {
-  at(index).value = value;
-}
-
-void test_numeric_server::set_text(int index, const std::string& text) {
-  at(index).text = text;
-}
-
-void test_numeric_server::set_status(int index, int status) {
-  at(index).status = status;
-}
-
 const test_numeric_server::entry* test_numeric_server::find(int index) const {
   if (index < 1 || index > static_cast<int>(entries_.size())) return nullptr;
   return &entries_[static_cast<std::size_t>(index - 1)];
-}
-
-int test_numeric_server::entry_count() const {
-  return static_cast<int>(entries_.size());
 }
 
 void test_numeric_server::describe(int index, nmrc_info& info) const {

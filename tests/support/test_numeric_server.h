@@ -46,17 +46,17 @@ class test_numeric_server : public numeric_server {
   /// entry index = type id + 1.
   void add_every_type(int width = -1, int precision = -1);
 
-  void set_value(int index, double value);
-  void set_text(int index, const std::string& text);
+  void set_value(int index, double value) { at(index).value = value; }
+  void set_text(int index, const std::string& text) { at(index).text = text; }
   /// The status the value query returns; 0 makes it write nothing.
-  void set_status(int index, int status);
-  /// The entry itself; index must be valid.
+  void set_status(int index, int status) { at(index).status = status; }
+  /// The entry itself; throws std::out_of_range for an index without an entry.
   entry& at(int index);
 
   /// How many value queries were answered (with any status).
   [[nodiscard]] long queries() const noexcept { return queries_; }
 
-  int entry_count() const override;
+  int entry_count() const override { return static_cast<int>(entries_.size()); }
   void describe(int index, nmrc_info& info) const override;
   std::string entry_name(int index) const override;
   int entry_index(std::string_view name) const override;
