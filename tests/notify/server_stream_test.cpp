@@ -195,12 +195,8 @@ TEST(server_stream, a_tree_with_lists_round_trips_also_from_a_child) {
 }
 
 TEST(server_stream, refuses_streams_that_describe_impossible_trees) {
-  struct row {
-    const char* what;
-    std::string bytes;
-  };
   // Objects are numbered in the order their records start.
-  const std::vector<row> rows = {
+  const std::vector<std::tuple<const char*, std::string>> rows = {
       {"a parent read without its child", srv("c", srv("p", null_ptr))},
       {"a child listed by a server other than its parent",
        srv("c", srv("p", null_ptr, {srv("d", ref(1), {ref(0)})}))},
@@ -220,10 +216,10 @@ TEST(server_stream, refuses_streams_that_describe_impossible_trees) {
        srv("r", null_ptr,
            {lst("w1", ref(0), {}, {lst("w2", ref(0), {}, {ref(1)}, false)}, false), ref(2)})},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
+  for (const auto& [what, bytes] : rows) {
+    SCOPED_TRACE(what);
     std::string error;
-    EXPECT_EQ(read(r.bytes, &error), nullptr);
+    EXPECT_EQ(read(bytes, &error), nullptr);
     EXPECT_FALSE(error.empty());
     EXPECT_TRUE(live.empty()) << live.size() << " servers left behind";
   }

@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "support/fake_clock.h"
 #include "support/scoped_env.h"
@@ -13,14 +14,8 @@ namespace kyo::test {
 namespace {
 
 TEST(timedate, time_str_truncates_without_decimals_and_rounds_with_them) {
-  struct row {
-    const char* what;
-    double value;
-    unsigned decimals;
-    const char* expected;
-  };
   const double noon_59 = at(2024, 5, 10, 12, 0, 59.996);
-  const row rows[] = {
+  const std::tuple<const char*, double, unsigned, const char*> rows[] = {
       {"no decimals truncate", noon_59, 0, "12:00:59"},
       {"two decimals carry into the minute", noon_59, 2, "12:01:00.00"},
       {"three decimals", noon_59, 3, "12:00:59.996"},
@@ -30,9 +25,9 @@ TEST(timedate, time_str_truncates_without_decimals_and_rounds_with_them) {
       {"before 1901 counts back from midnight", -0.5, 0, "23:59:59"},
       {"before 1901 with a decimal", -0.5, 1, "23:59:59.5"},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
-    EXPECT_EQ(timedate(r.value).time_str(r.decimals), r.expected);
+  for (const auto& [what, value, decimals, expected] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(timedate(value).time_str(decimals), expected);
   }
 }
 
@@ -70,21 +65,16 @@ TEST(timedate, current_time_counts_local_clock_seconds) {
 // ended at 01:00 UTC on 27 October 2024 (01:30 local happened twice).
 TEST(timedate, gmt_of_local_times_around_daylight_saving_changes) {
   scoped_env tz("TZ", "Europe/London");
-  struct row {
-    const char* what;
-    double local;
-    double gmt;
-  };
-  const row rows[] = {
+  const std::tuple<const char*, double, double> rows[] = {
       {"skipped hour: the offset before", at(2024, 3, 31, 1, 30), at(2024, 3, 31, 1, 30)},
       {"first summer hour", at(2024, 3, 31, 2, 30), at(2024, 3, 31, 1, 30)},
       {"summer time moves the date back", at(2024, 7, 1, 0, 30), at(2024, 6, 30, 23, 30)},
       {"repeated hour: its first occurrence", at(2024, 10, 27, 1, 30), at(2024, 10, 27, 0, 30)},
       {"after the repeated hour", at(2024, 10, 27, 2, 30), at(2024, 10, 27, 2, 30)},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
-    EXPECT_EQ(timedate(r.local).gmt_value(), r.gmt);
+  for (const auto& [what, local, gmt] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(timedate(local).gmt_value(), gmt);
   }
   // Both GMT instants of the repeated hour read 01:30 on the local clock.
   EXPECT_EQ(timedate::from_gmt(at(2024, 10, 27, 0, 30)).value(), at(2024, 10, 27, 1, 30));
@@ -93,15 +83,7 @@ TEST(timedate, gmt_of_local_times_around_daylight_saving_changes) {
 }
 
 TEST(timedate, set_nearest_takes_a_gmt_time_of_day_on_the_nearest_day) {
-  struct row {
-    const char* what;
-    const char* zone;
-    double local;
-    unsigned hour, minute;
-    double seconds;
-    double expected;
-  };
-  const row rows[] = {
+  const std::tuple<const char*, const char*, double, unsigned, unsigned, double, double> rows[] = {
       {"just after midnight is tomorrow", "UTC", at(2024, 5, 10, 23, 50), 0, 5, 2.25,
        at(2024, 5, 11, 0, 5, 2.25)},
       {"just before midnight is yesterday", "UTC", at(2024, 5, 10, 0, 10), 23, 55, 0,
@@ -119,12 +101,12 @@ TEST(timedate, set_nearest_takes_a_gmt_time_of_day_on_the_nearest_day) {
       {"NaN seconds change nothing", "UTC", at(2024, 5, 10, 12), 1, 2,
        std::numeric_limits<double>::quiet_NaN(), at(2024, 5, 10, 12)},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.what);
-    scoped_env tz("TZ", r.zone);
-    timedate t(r.local);
-    t.set_nearest(r.hour, r.minute, r.seconds);
-    EXPECT_EQ(t.value(), r.expected);
+  for (const auto& [what, zone, local, hour, minute, seconds, expected] : rows) {
+    SCOPED_TRACE(what);
+    scoped_env tz("TZ", zone);
+    timedate t(local);
+    t.set_nearest(hour, minute, seconds);
+    EXPECT_EQ(t.value(), expected);
   }
 }
 
