@@ -139,9 +139,10 @@ std::string lst(const std::string& name, const std::string& parent,
 }
 
 // root: a (a1), owning compact list "owned" (m1, m2 (m2a)), owning sparse list "sparse"
-// (-, s1, -), and last a watching list "watch" of a and m1 with a child w1. Objects are numbered in
-// the order their records start: root 0, a 1, a1 2, owned 3, m1 4, m2 5, m2a 6, sparse 7, s1 8,
-// watch 9, and w1 10, a child of watch.
+// (-, s1, -), and last a watching list "watch" of a and m1, with a child w1 so that, as in the
+// other lists, its member count is a run of data of its own. Objects are numbered in the order
+// their records start: root 0, a 1, a1 2, owned 3, m1 4, m2 5, m2a 6, sparse 7, s1 8, watch 9,
+// w1 10.
 const std::string sample =
     srv("root", null_ptr,
         {srv("a", ref(0), {srv("a1", ref(1))}),
