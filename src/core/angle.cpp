@@ -233,26 +233,18 @@ double turn(double to, double from) {
 
 }  // namespace
 
-grid_bearing::grid_bearing(double radians) : value_(modulo(radians, two_pi)) {}
+template <class North>
+basic_bearing<North>::basic_bearing(double radians) : value_(modulo(radians, two_pi)) {}
 
-grid_bearing::grid_bearing(double de, double dn) : value_(bearing_of(de, dn)) {}
+template <class North>
+basic_bearing<North>::basic_bearing(double de, double dn) : value_(bearing_of(de, dn)) {}
 
-grid_bearing::grid_bearing(const true_bearing& t, const rad& convergence)
-    : value_(modulo(t.value() - convergence.value(), two_pi)) {}
-
-rad grid_bearing::diff(const grid_bearing& other) const {
+template <class North>
+rad basic_bearing<North>::diff(const basic_bearing& other) const {
   return turn(value_, other.value_);
 }
 
-true_bearing::true_bearing(double radians) : value_(modulo(radians, two_pi)) {}
-
-true_bearing::true_bearing(double de, double dn) : value_(bearing_of(de, dn)) {}
-
-true_bearing::true_bearing(const grid_bearing& g, const rad& convergence)
-    : value_(modulo(g.value() + convergence.value(), two_pi)) {}
-
-rad true_bearing::diff(const true_bearing& other) const {
-  return turn(value_, other.value_);
-}
+template class basic_bearing<grid_north>;
+template class basic_bearing<true_north>;
 
 }  // namespace kyo

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <kyo/kyoutils_export.h>
 
@@ -76,20 +77,36 @@ class KYO_EXPORT elevation : public rad {
   elevation& normalize();
 };
 
-class true_bearing;
+/// The two norths a bearing can be measured from. A grid bearing is a true bearing less the
+/// grid convergence, a true bearing a grid bearing plus it.
+struct KYO_EXPORT grid_north {
+  static constexpr double convergence_sign = -1;
+};
+struct KYO_EXPORT true_north {
+  static constexpr double convergence_sign = 1;
+};
 
-/// A bearing clockwise from grid north, held in [0, 2 pi).
-class KYO_EXPORT grid_bearing {
+/// A bearing clockwise from `North`, held in [0, 2 pi). Bearings from the two norths are two
+/// types (grid_bearing, true_bearing) that convert into each other only through a stated grid
+/// convergence.
+template <class North>
+class KYO_EXPORT basic_bearing {
  public:
-  constexpr grid_bearing() noexcept = default;
+  constexpr basic_bearing() noexcept = default;
   /// The bearing of `radians`, brought into [0, 2 pi).
-  explicit grid_bearing(double radians);
+  explicit basic_bearing(double radians);
   /// The bearing of the vector (de east, dn north); 0 when both are exactly 0.
-  grid_bearing(double de, double dn);
-  /// The grid bearing of a true bearing under the grid convergence: t - convergence.
-  grid_bearing(const true_bearing& t, const rad& convergence);
-  /// A true bearing is never a grid bearing without a convergence.
-  grid_bearing(const true_bearing&) = delete;
+  basic_bearing(double de, double dn);
+  /// The bearing of `b`, measured from the other north, under the grid convergence: a grid
+  /// bearing is t - convergence, a true bearing g + convergence.
+  template <class Other>
+  requires(!std::is_same_v<Other, North>)
+      basic_bearing(const basic_bearing<Other>& b, const rad& convergence)
+      : basic_bearing(b.value() + North::convergence_sign * convergence.value()) {}
+  /// A bearing from the other north is never taken without a convergence.
+  template <class Other>
+  requires(!std::is_same_v<Other, North>) basic_bearing(const basic_bearing<Other>&)
+  = delete;
 
   /// The bearing in radians; explicit, so that a bearing never slips into a rad or the other
   /// bearing type unnoticed.
@@ -98,7 +115,7 @@ class KYO_EXPORT grid_bearing {
   [[nodiscard]] constexpr rad angle() const noexcept { return value_; }
 
   /// The signed turn from `other` to this, in [-pi, pi] (a difference of exactly pi stays pi).
-  [[nodiscard]] rad diff(const grid_bearing& other) const;
+  [[nodiscard]] rad diff(const basic_bearing& other) const;
 
   /// The bearing as text; see rad::as_string.
   [[nodiscard]] std::string as_string(const char* format) const {
@@ -112,38 +129,12 @@ class KYO_EXPORT grid_bearing {
   double value_ = 0;
 };
 
-/// A bearing clockwise from true north, held in [0, 2 pi).
-class KYO_EXPORT true_bearing {
- public:
-  constexpr true_bearing() noexcept = default;
-  /// The bearing of `radians`, brought into [0, 2 pi).
-  explicit true_bearing(double radians);
-  /// The bearing of the vector (de east, dn north); 0 when both are exactly 0.
-  true_bearing(double de, double dn);
-  /// The true bearing of a grid bearing under the grid convergence: g + convergence.
-  true_bearing(const grid_bearing& g, const rad& convergence);
-  /// A grid bearing is never a true bearing without a convergence.
-  true_bearing(const grid_bearing&) = delete;
+extern template class basic_bearing<grid_north>;
+extern template class basic_bearing<true_north>;
 
-  /// The bearing in radians; explicit, so that a bearing never slips into a rad or the other
-  /// bearing type unnoticed.
-  constexpr explicit operator double() const noexcept { return value_; }
-  [[nodiscard]] constexpr double value() const noexcept { return value_; }
-  [[nodiscard]] constexpr rad angle() const noexcept { return value_; }
-
-  /// The signed turn from `other` to this, in [-pi, pi] (a difference of exactly pi stays pi).
-  [[nodiscard]] rad diff(const true_bearing& other) const;
-
-  /// The bearing as text; see rad::as_string.
-  [[nodiscard]] std::string as_string(const char* format) const {
-    return rad(value_).as_string(format);
-  }
-  [[nodiscard]] std::string as_string(std::string_view format) const {
-    return rad(value_).as_string(format);
-  }
-
- private:
-  double value_ = 0;
-};
+/// A bearing clockwise from grid north.
+using grid_bearing = basic_bearing<grid_north>;
+/// A bearing clockwise from true north.
+using true_bearing = basic_bearing<true_north>;
 
 }  // namespace kyo
