@@ -19,6 +19,13 @@ server::server(const server& other) : streamable(other), server_lock(), name_(ot
 
 server::server(streamable_init_t) {}
 
+namespace {
+
+// Registered beside the destructor, so that a static link that uses the class at all keeps it.
+const stream_registration<server> server_registration("server");
+
+}  // namespace
+
 server::~server() {
   std::vector<server_list*> holders;
   {

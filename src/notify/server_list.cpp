@@ -31,6 +31,13 @@ server_list::server_list(int added_code, int destroyed_code, int removed_code)
 
 server_list::server_list(streamable_init_t) : server(streamable_init) {}
 
+namespace {
+
+// Registered beside the destructor, so that a static link that uses the class at all keeps it.
+const stream_registration<server_list> server_list_registration("server_list");
+
+}  // namespace
+
 server_list::~server_list() {
   notify_clients(destroyed_notice, to_notify_arg(this), true);
   for (int i = static_cast<int>(items_.size()) - 1; i >= 0; --i) {

@@ -9,13 +9,6 @@
 
 namespace kyo {
 
-namespace {
-
-const stream_registration<server> server_registration("server");
-const stream_registration<server_list> server_list_registration("server_list");
-
-}  // namespace
-
 bool server::accepts_child_while_reading() const {
   return phase_ != read_phase::idle;
 }

@@ -41,6 +41,13 @@ numeric_server::numeric_server(numeric_server* parent, const std::string& name, 
 
 numeric_server::numeric_server(streamable_init_t) {}
 
+namespace {
+
+// Registered beside the destructor, so that a static link that uses the class at all keeps it.
+const stream_registration<numeric_server> numeric_server_registration("numeric_server");
+
+}  // namespace
+
 numeric_server::~numeric_server() {
   tell_clients(tell_destroyed, this);
   if (parent_ != nullptr) parent_->children_.remove(this);

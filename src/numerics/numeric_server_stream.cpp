@@ -10,8 +10,6 @@ namespace kyo {
 
 namespace {
 
-const stream_registration<numeric_server> numeric_server_registration("numeric_server");
-
 // A child is at least a five-byte reference.
 constexpr std::uint64_t min_child_bytes = 5;
 

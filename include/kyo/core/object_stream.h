@@ -110,7 +110,9 @@ constexpr std::uint32_t stream_version() {
 ///   static void Write(opstream&, const T&);
 ///   static void Read(ipstream&, T&, std::uint32_t version);
 /// and optionally `static constexpr std::uint32_t version` (default 1).
-/// Define one static instance in the class's source file.
+/// Define one static instance in the source file that defines the class's
+/// destructor (or its first out-of-line virtual function): a static link that
+/// uses the class at all then keeps the registration too.
 template <class T>
 class stream_registration {
  public:
