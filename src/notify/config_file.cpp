@@ -1,12 +1,9 @@
 #include <kyo/notify/config_file.h>
 
-#include <kyo/platform/path_map.h>
 #include <kyo/platform/ui_hooks.h>
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 namespace kyo {
 
@@ -37,19 +34,9 @@ std::string_view file_info::version_text() const {
 }
 
 oconfig_file::oconfig_file(const file_info& info) {
-  const std::string path = native_path(info.name);
-  // Keeping an existing file's bytes needs it opened for reading and writing; the stream
-  // would otherwise fall back to creating it afresh, which empties a file that exists
-  // but cannot be read. Such a file is refused and left alone.
-  std::error_code ec;
-  if (std::filesystem::exists(path, ec)) {
-    std::fstream probe(path, std::ios_base::in | std::ios_base::out | std::ios_base::binary);
-    if (!probe.is_open()) {
-      setstate(stream_failbit | stream_hardfail, "cannot open '" + info.name + "' for writing");
-      return;
-    }
-  }
-  open(path, open_mode::keep);
+  // Keeps an existing file's bytes; one that exists but cannot be read and written is refused
+  // and left alone.
+  open(info.name, open_mode::keep);
   if (fail()) return;
   const std::string_view signature = signature_of(info);
   writeBytes(signature.data(), signature.size());
@@ -59,7 +46,7 @@ oconfig_file::oconfig_file(const file_info& info) {
 }
 
 iconfig_file::iconfig_file(const file_info& info) {
-  open(native_path(info.name));
+  open(info.name);
   if (fail()) return;
 
   // Byte by byte, so that a short file is compared with what it holds; a failed read
