@@ -198,23 +198,23 @@ void numeric_nmrc::Streamer::Read(ipstream& is, numeric_nmrc& n, std::uint32_t v
 // The kinds with a unit table complete the display options from it.
 
 void distance_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from(unit_table, static_cast<int>(std::size(unit_table)), d);
+  complete_from_table(d);
 }
 
 void speed_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from(unit_table, static_cast<int>(std::size(unit_table)), d);
+  complete_from_table(d);
 }
 
 void tension_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from(unit_table, static_cast<int>(std::size(unit_table)), d);
+  complete_from_table(d);
 }
 
 void pressure_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from(unit_table, static_cast<int>(std::size(unit_table)), d);
+  complete_from_table(d);
 }
 
 void emf_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from(unit_table, static_cast<int>(std::size(unit_table)), d);
+  complete_from_table(d);
 }
 
 // ---------------------------------------------------------------------------
@@ -239,38 +239,32 @@ int bearing_nmrc::as_string(clock_tick t, std::string& out, bool pad) const {
 
 distance_nmrc::distance_nmrc(const numeric_server& server, int index, int width,
                              int precision) noexcept
-    : numeric_kind(server, index, width, precision < 0 ? 2 : precision, unit_table[0].factor,
-                   unit_table[0].label) {}
+    : numeric_kind(server, index, width, precision, 2) {}
 
 speed_nmrc::speed_nmrc(const numeric_server& server, int index, int width, int precision) noexcept
-    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
-                   unit_table[0].label) {}
+    : numeric_kind(server, index, width, precision, 1) {}
 
 tension_nmrc::tension_nmrc(const numeric_server& server, int index, int width,
                            int precision) noexcept
-    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
-                   unit_table[0].label) {}
+    : numeric_kind(server, index, width, precision, 1) {}
 
 pressure_nmrc::pressure_nmrc(const numeric_server& server, int index, int width,
                              int precision) noexcept
-    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
-                   unit_table[0].label) {}
+    : numeric_kind(server, index, width, precision, 1) {}
 
 emf_nmrc::emf_nmrc(const numeric_server& server, int index, int width, int precision) noexcept
-    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
-                   unit_table[0].label) {}
+    : numeric_kind(server, index, width, precision, 1) {}
 
 // ---------------------------------------------------------------------------
 // time_interval_nmrc
 
 time_interval_nmrc::time_interval_nmrc(const numeric_server& server, int index, int width,
                                        int precision) noexcept
-    : numeric_kind(server, index, width, precision < 0 ? 0 : precision, unit_table[0].factor,
-                   unit_table[0].label) {}
+    : numeric_kind(server, index, width, precision, 0) {}
 
 void time_interval_nmrc::fix_nmrc_data(nmrc_data& d) const {
   // The compound form and unknown units write their own letters or none.
-  if (!complete_from(unit_table, static_cast<int>(std::size(unit_table)), d)) {
+  if (!complete_from_table(d)) {
     std::memset(d.units, 0, sizeof d.units);
   }
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <string>
 
 #include <kyo/kyoutils_export.h>
@@ -173,6 +174,16 @@ class KYO_EXPORT numeric_kind : public numeric_nmrc {
 
  protected:
   using numeric_nmrc::numeric_nmrc;
+  /// Unit index 0 of the kind's unit table; a negative precision becomes `default_precision`.
+  numeric_kind(const numeric_server& server, int index, int width, int precision,
+               int default_precision) noexcept
+      : numeric_nmrc(server, index, width, precision < 0 ? default_precision : precision,
+                     Kind::unit_table[0].factor, Kind::unit_table[0].label) {}
+  /// Fills factor and label of `d` from the kind's unit table; false when its unit index lies
+  /// outside it.
+  static bool complete_from_table(nmrc_data& d) noexcept {
+    return complete_from(Kind::unit_table, static_cast<int>(std::size(Kind::unit_table)), d);
+  }
 };
 
 /// A bearing or angle held in radians, shown in degrees; the label says which ("°T" true,
