@@ -1,5 +1,6 @@
-# Checks that the umbrella header includes every public header and that Qt is
-# only included from qt/ folders. Run with -DSOURCE_DIR=<source tree>.
+# Checks that the umbrella header includes every public header, that Qt is only
+# included from qt/ folders, and that dependencies between subsystems run one
+# way. Run with -DSOURCE_DIR=<source tree>.
 file(READ ${SOURCE_DIR}/include/kyo/kyoutils.h umbrella)
 file(GLOB_RECURSE headers RELATIVE ${SOURCE_DIR}/include ${SOURCE_DIR}/include/kyo/*.h)
 set(missing "")
@@ -31,5 +32,52 @@ foreach(dir include src apps tests bench fuzz)
 endforeach()
 if(qt_users)
   message(FATAL_ERROR "Qt headers included outside qt/ folders: ${qt_users}")
+endif()
+# Layers, lowest first: a subsystem may include the public headers of its own
+# layer and of lower ones, and private headers ("<subsystem>/x.h" beside the
+# sources) of its own subsystem only.
+set(layers
+  "platform" "core" "notify time" "numerics" "graphics settings" "output"
+  "alarms" "controls" "views")
+set(rank 0)
+foreach(layer IN LISTS layers)
+  string(REPLACE " " ";" members "${layer}")
+  foreach(m IN LISTS members)
+    set(rank_${m} ${rank})
+  endforeach()
+  math(EXPR rank "${rank} + 1")
+endforeach()
+set(upward "")
+foreach(layer IN LISTS layers)
+  string(REPLACE " " ";" members "${layer}")
+  foreach(sub IN LISTS members)
+    file(GLOB_RECURSE files ${SOURCE_DIR}/src/${sub}/*.h ${SOURCE_DIR}/src/${sub}/*.cpp
+                            ${SOURCE_DIR}/include/kyo/${sub}/*.h)
+    foreach(f IN LISTS files)
+      file(STRINGS ${f} includes REGEX "^[ \t]*#[ \t]*include[ \t]*[<\"]")
+      foreach(line IN LISTS includes)
+        set(target "")
+        set(private OFF)
+        if(line MATCHES "<kyo/([a-z_]+)/")
+          set(target ${CMAKE_MATCH_1})
+        elseif(line MATCHES "\"([a-z_]+)/")
+          set(target ${CMAKE_MATCH_1})
+          set(private ON)
+        endif()
+        if(NOT DEFINED rank_${target})
+          continue()
+        endif()
+        if(private AND NOT target STREQUAL sub)
+          list(APPEND upward "${f} -> private header of ${target}")
+        elseif(rank_${target} GREATER rank_${sub})
+          list(APPEND upward "${f} -> ${target}")
+        endif()
+      endforeach()
+    endforeach()
+  endforeach()
+endforeach()
+if(upward)
+  list(JOIN upward "\n  " upward)
+  message(FATAL_ERROR "includes against the direction of dependencies:\n  ${upward}")
 endif()
 message(STATUS "layout ok: ${SOURCE_DIR}")

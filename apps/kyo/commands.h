@@ -1,12 +1,15 @@
-// The subcommands of the kyo program. Each takes its arguments (without the
-// program and subcommand names) and writes to the given streams; the result is
-// the process exit code.
+// The kyo program: one CLI11 application whose subcommand families (ini,
+// inspect, ...) each live in a file of their own and register themselves with
+// add_<family>. The chosen subcommand's parse callback stores its work in an
+// action, which run_kyo runs once the whole command line has been accepted.
 #pragma once
 
+#include <functional>
 #include <iosfwd>
 #include <span>
 #include <string>
-#include <string_view>
+
+#include <CLI/CLI.hpp>
 
 namespace kyo::cli {
 
@@ -15,24 +18,24 @@ inline constexpr int exit_ok = 0;
 inline constexpr int exit_failure = 1;  ///< the operation failed (unreadable file, not found)
 inline constexpr int exit_usage = 2;    ///< bad arguments
 
-using args_t = std::span<const std::string>;
-
-struct command {
-  std::string_view name;
-  std::string_view summary;
-  int (*run)(args_t args, std::ostream& out, std::ostream& err);
+/// Where a subcommand writes its results and its complaints.
+struct streams {
+  std::ostream& out;
+  std::ostream& err;
 };
 
-/// All subcommands, in the order `kyo --help` lists them.
-std::span<const command> commands();
+/// The work of the subcommand chosen on the command line; its result is the exit code.
+using action = std::function<int()>;
 
-/// Runs `kyo ARGS...`: dispatches to a subcommand or prints help.
-int run_kyo(args_t args, std::ostream& out, std::ostream& err);
+/// Registers a subcommand family on the kyo application. When one of its
+/// subcommands is parsed, it sets `run` to what must be done.
+using add_family = void (*)(CLI::App& kyo, const streams& io, action& run);
 
-/// True when args holds "--help" or "-h".
-bool wants_help(args_t args);
+void add_ini(CLI::App& kyo, const streams& io, action& run);
+void add_inspect(CLI::App& kyo, const streams& io, action& run);
 
-int run_ini(args_t args, std::ostream& out, std::ostream& err);
-int run_inspect(args_t args, std::ostream& out, std::ostream& err);
+/// Runs `kyo ARGS...` (ARGS without the program name): parses, then runs the
+/// chosen subcommand. Help goes to `out`, usage errors to `err` with exit_usage.
+int run_kyo(std::span<const std::string> args, std::ostream& out, std::ostream& err);
 
 }  // namespace kyo::cli

@@ -1,12 +1,17 @@
 // kyo ini: reads and edits profile (INI) files from the command line with the
 // same rules the library applies (case-insensitive names, first duplicate wins,
 // everything else in the file kept byte for byte).
+#include <functional>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
+#include <kyo/platform/ascii.h>
 #include <kyo/platform/message_format.h>
 #include <kyo/platform/profile.h>
 
@@ -15,21 +20,6 @@
 namespace kyo::cli {
 
 namespace {
-
-void print_usage(std::ostream& out) {
-  out << "usage: kyo ini get FILE SECTION KEY          print the value of KEY\n"
-         "       kyo ini set FILE SECTION KEY VALUE    set KEY (creating file and section)\n"
-         "       kyo ini delete FILE SECTION [KEY]     delete KEY, or the whole SECTION\n"
-         "       kyo ini list FILE [SECTION]           list section names, or KEY=VALUE lines\n"
-         "\n"
-         "Names are matched without regard to case; FILE may be a DOS-style path.\n";
-}
-
-int usage_error(std::ostream& err, std::string_view problem) {
-  err << "kyo ini: " << problem << "\n\n";
-  print_usage(err);
-  return exit_usage;
-}
 
 std::string reason(const std::error_code& ec) {
   if (ec == std::errc::invalid_argument) {
@@ -40,106 +30,125 @@ std::string reason(const std::error_code& ec) {
   return system_error_text(ec.value());
 }
 
-int failure(std::ostream& err, std::string_view what, const std::string& file,
-            const std::error_code& ec) {
-  err << "kyo ini: cannot " << what << " '" << file << "': " << reason(ec) << '\n';
-  return exit_failure;
-}
+/// What one ini subcommand was given.
+struct ini_args {
+  std::string file, section, key, value;
+};
 
-bool names_equal(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
-}
+class ini_command {
+ public:
+  explicit ini_command(const streams& io) : io_(io) {}
 
-bool has_section(const std::string& file, std::string_view section) {
-  for (const std::string& name : profile_sections(file)) {
-    if (names_equal(name, section)) return true;
-  }
-  return false;
-}
-
-int no_section(std::ostream& err, const std::string& file, std::string_view section) {
-  err << "kyo ini: no section [" << section << "] in '" << file << "'\n";
-  return exit_failure;
-}
-
-int no_key(std::ostream& err, const std::string& file, std::string_view section,
-           std::string_view key) {
-  err << "kyo ini: no key '" << key << "' in section [" << section << "] of '" << file << "'\n";
-  return exit_failure;
-}
-
-int run_get(args_t args, std::ostream& out, std::ostream& err) {
-  if (args.size() != 3) return usage_error(err, "get takes FILE SECTION KEY");
-  const std::string& file = args[0];
-  if (const std::error_code ec = profile_status(file)) return failure(err, "read", file, ec);
-  const std::optional<std::string> value = profile_read(file, args[1], args[2]);
-  if (!value) return no_key(err, file, args[1], args[2]);
-  out << *value << '\n';
-  return exit_ok;
-}
-
-int run_set(args_t args, std::ostream&, std::ostream& err) {
-  if (args.size() != 4) return usage_error(err, "set takes FILE SECTION KEY VALUE");
-  const std::string& file = args[0];
-  if (const std::error_code ec = profile_write(file, args[1], args[2], args[3])) {
-    return failure(err, "write", file, ec);
-  }
-  return exit_ok;
-}
-
-int run_delete(args_t args, std::ostream&, std::ostream& err) {
-  if (args.size() != 2 && args.size() != 3) {
-    return usage_error(err, "delete takes FILE SECTION [KEY]");
-  }
-  const std::string& file = args[0];
-  if (const std::error_code ec = profile_status(file)) return failure(err, "read", file, ec);
-  std::error_code ec;
-  if (args.size() == 3) {
-    if (!profile_read(file, args[1], args[2])) return no_key(err, file, args[1], args[2]);
-    ec = profile_erase_key(file, args[1], args[2]);
-  } else {
-    if (!has_section(file, args[1])) return no_section(err, file, args[1]);
-    ec = profile_erase_section(file, args[1]);
-  }
-  return ec ? failure(err, "write", file, ec) : exit_ok;
-}
-
-int run_list(args_t args, std::ostream& out, std::ostream& err) {
-  if (args.size() != 1 && args.size() != 2) return usage_error(err, "list takes FILE [SECTION]");
-  const std::string& file = args[0];
-  if (const std::error_code ec = profile_status(file)) return failure(err, "read", file, ec);
-  if (args.size() == 1) {
-    for (const std::string& name : profile_sections(file))
-      out << name << '\n';
+  int get(const ini_args& a) const {
+    if (auto failed = unreadable(a.file)) return *failed;
+    const std::optional<std::string> value = profile_read(a.file, a.section, a.key);
+    if (!value) return no_key(a);
+    io_.out << *value << '\n';
     return exit_ok;
   }
-  if (!has_section(file, args[1])) return no_section(err, file, args[1]);
-  for (const auto& [key, value] : profile_entries(file, args[1])) {
-    out << key << '=' << value << '\n';
+
+  int set(const ini_args& a) const {
+    const std::error_code ec = profile_write(a.file, a.section, a.key, a.value);
+    return ec ? failure("write", a.file, ec) : exit_ok;
   }
-  return exit_ok;
-}
+
+  int erase(const ini_args& a, bool whole_section) const {
+    if (auto failed = unreadable(a.file)) return *failed;
+    std::error_code ec;
+    if (whole_section) {
+      if (!has_section(a)) return no_section(a);
+      ec = profile_erase_section(a.file, a.section);
+    } else {
+      if (!profile_read(a.file, a.section, a.key)) return no_key(a);
+      ec = profile_erase_key(a.file, a.section, a.key);
+    }
+    return ec ? failure("write", a.file, ec) : exit_ok;
+  }
+
+  int list(const ini_args& a, bool sections) const {
+    if (auto failed = unreadable(a.file)) return *failed;
+    if (sections) {
+      for (const std::string& name : profile_sections(a.file))
+        io_.out << name << '\n';
+      return exit_ok;
+    }
+    if (!has_section(a)) return no_section(a);
+    for (const auto& [key, value] : profile_entries(a.file, a.section))
+      io_.out << key << '=' << value << '\n';
+    return exit_ok;
+  }
+
+ private:
+  int failure(std::string_view what, const std::string& file, const std::error_code& ec) const {
+    io_.err << "kyo ini: cannot " << what << " '" << file << "': " << reason(ec) << '\n';
+    return exit_failure;
+  }
+
+  std::optional<int> unreadable(const std::string& file) const {
+    if (const std::error_code ec = profile_status(file)) return failure("read", file, ec);
+    return std::nullopt;
+  }
+
+  static bool has_section(const ini_args& a) {
+    for (const std::string& name : profile_sections(a.file)) {
+      if (ascii_iequal(name, a.section)) return true;
+    }
+    return false;
+  }
+
+  int no_section(const ini_args& a) const {
+    io_.err << "kyo ini: no section [" << a.section << "] in '" << a.file << "'\n";
+    return exit_failure;
+  }
+
+  int no_key(const ini_args& a) const {
+    io_.err << "kyo ini: no key '" << a.key << "' in section [" << a.section << "] of '" << a.file
+            << "'\n";
+    return exit_failure;
+  }
+
+  const streams& io_;
+};
 
 }  // namespace
 
-int run_ini(args_t args, std::ostream& out, std::ostream& err) {
-  if (wants_help(args)) {
-    print_usage(out);
-    return exit_ok;
-  }
-  if (args.empty()) return usage_error(err, "an action is required");
-  const std::string& action = args.front();
-  const args_t rest = args.subspan(1);
-  if (action == "get") return run_get(rest, out, err);
-  if (action == "set") return run_set(rest, out, err);
-  if (action == "delete") return run_delete(rest, out, err);
-  if (action == "list") return run_list(rest, out, err);
-  return usage_error(err, "unknown action '" + action + "'");
+void add_ini(CLI::App& kyo, const streams& io, action& run) {
+  CLI::App* ini = kyo.add_subcommand("ini", "read and edit profile (INI) files");
+  ini->require_subcommand(1);
+  ini->footer(
+      "Names are matched without regard to case; FILE may be a DOS-style path.\n"
+      "Options come before the arguments; '--' ends them.");
+  auto args = std::make_shared<ini_args>();
+  auto command = std::make_shared<ini_command>(io);
+
+  // Adds an action taking the named positional arguments, all required but the last `optional`.
+  const auto add = [&](const char* name, const char* about,
+                       std::vector<std::pair<const char*, std::string*>> positionals,
+                       std::size_t optional, std::function<int(const CLI::App&)> work) {
+    CLI::App* sub = ini->add_subcommand(name, about);
+    sub->positionals_at_end();
+    for (std::size_t i = 0; i < positionals.size(); ++i) {
+      CLI::Option* o = sub->add_option(positionals[i].first, *positionals[i].second);
+      if (i + optional < positionals.size()) o->required();
+    }
+    sub->callback([&run, work, sub] { run = [work, sub] { return work(*sub); }; });
+  };
+  ini_args& a = *args;
+  add("get", "print the value of KEY",
+      {{"FILE", &a.file}, {"SECTION", &a.section}, {"KEY", &a.key}}, 0,
+      [args, command](const CLI::App&) { return command->get(*args); });
+  add("set", "set KEY to VALUE (creating file and section as needed)",
+      {{"FILE", &a.file}, {"SECTION", &a.section}, {"KEY", &a.key}, {"VALUE", &a.value}}, 0,
+      [args, command](const CLI::App&) { return command->set(*args); });
+  add("delete", "delete KEY, or the whole SECTION",
+      {{"FILE", &a.file}, {"SECTION", &a.section}, {"KEY", &a.key}}, 1,
+      [args, command](const CLI::App& sub) {
+        return command->erase(*args, sub.count("KEY") == 0);
+      });
+  add("list", "list section names, or the KEY=VALUE lines of SECTION",
+      {{"FILE", &a.file}, {"SECTION", &a.section}}, 1, [args, command](const CLI::App& sub) {
+        return command->list(*args, sub.count("SECTION") == 0);
+      });
 }
 
 }  // namespace kyo::cli

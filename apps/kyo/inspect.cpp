@@ -1,8 +1,13 @@
 // kyo inspect: shows a configuration file's header and lists the object
 // records that follow it, using only the stream's own framing, so no class
 // needs to be known.
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <sstream>
@@ -22,12 +27,13 @@ namespace sf = stream_format;
 
 constexpr std::uint64_t max_file_size = 512ull << 20;
 
-const char* const inspect_usage =
-    "usage: kyo inspect FILE\n\n"
+const char* const inspect_about = "show a configuration file's header and object records";
+const char* const inspect_footer =
     "Shows the header of a configuration file (signature, version, marker) when it\n"
     "has one, then lists the object records of its stream: class names, versions,\n"
     "sizes, data segments, null pointers and references to earlier objects.\n"
-    "A shape library's index is listed too. No class needs to be known.\n";
+    "A shape library's index is listed too. No class needs to be known.\n"
+    "Exits 1 when the file is no configuration file or object stream, or is damaged.";
 
 std::string escaped(std::string_view s) {
   std::string out = "\"";
@@ -210,68 +216,85 @@ class lister {
   std::vector<std::string> classes_;
 };
 
-}  // namespace
-
-int run_inspect(args_t args, std::ostream& out, std::ostream& err) {
-  if (wants_help(args)) {
-    out << inspect_usage;
-    return exit_ok;
-  }
-  if (args.size() != 1) {
-    err << "kyo inspect: expected one FILE\n\n" << inspect_usage;
-    return exit_usage;
-  }
-  const std::string path = native_path(args[0]);
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  if (!file) {
-    err << "kyo inspect: cannot open '" << args[0] << "'\n";
+int inspect(const std::string& name, const streams& io) {
+  const std::string path = native_path(name);
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) {
+    io.err << "kyo inspect: cannot open '" << name << "': " << std::strerror(errno) << '\n';
     return exit_failure;
   }
-  const std::streamoff size = file.tellg();
-  if (size < 0 || std::uint64_t(size) > max_file_size) {
-    err << "kyo inspect: '" << args[0] << "' is not a readable file of at most 512 MiB\n";
+  if (!S_ISREG(st.st_mode)) {
+    io.err << "kyo inspect: '" << name << "' is not a regular file\n";
     return exit_failure;
   }
-  std::string data(static_cast<std::size_t>(size), '\0');
-  file.seekg(0);
-  if (!file.read(data.data(), size)) {
-    err << "kyo inspect: cannot read '" << args[0] << "'\n";
+  if (std::uint64_t(st.st_size) > max_file_size) {
+    io.err << "kyo inspect: '" << name << "' is larger than 512 MiB\n";
+    return exit_failure;
+  }
+  std::ifstream file(path, std::ios::binary);
+  std::string data(static_cast<std::size_t>(st.st_size), '\0');
+  if (!file || !file.read(data.data(), st.st_size) || file.peek() != EOF) {
+    io.err << "kyo inspect: cannot read '" << name << "' (it changed while being read?)\n";
     return exit_failure;
   }
 
-  out << "file: " << args[0] << " (" << data.size() << " bytes)\n";
+  std::ostream& out = io.out;
+  out << "file: " << name << " (" << data.size() << " bytes)\n";
   lister list(data, out);
   std::uint64_t pos = 0;
-  if (auto behind = list.header()) {
+  const std::optional<std::uint64_t> behind = list.header();
+  if (behind) {
     pos = *behind;
   } else {
     out << "header: none\n";
   }
 
-  // A shape library keeps the position of its index right behind the header.
+  // A shape library keeps the position of its index in the 4 bytes behind the header. A first
+  // byte that is no record tag, and a position that lies inside the file, make that the guess.
   std::uint64_t index_at = 0;
   if (pos > 0 && data.size() >= pos + 4 && static_cast<unsigned char>(data[pos]) > 3) {
     std::uint64_t p = pos;
     std::uint32_t at = 0;
     if (list.word(p, data.size(), at) && at >= pos + 4 && at <= data.size()) {
-      out << "index position: " << at << '\n';
+      out << "layout: shape library (index position behind the header, objects, index at " << at
+          << ")\n";
       index_at = at;
       pos += 4;
     }
   }
+  if (index_at == 0) out << "layout: configuration file (objects behind the header)\n";
 
+  const std::uint64_t start = pos;
   const std::uint64_t end = index_at != 0 ? index_at : data.size();
   pos = list.items(pos, end);
-  if (list.error().empty() && index_at != 0 && pos == index_at) {
-    list.library_index(index_at);
-  } else if (list.error().empty() && pos < data.size()) {
+  bool damaged = !list.error().empty();
+  if (!damaged && index_at != 0 && pos == index_at) {
+    damaged = !list.library_index(index_at);
+  } else if (!damaged && pos < data.size()) {
     out << "unrecognised data: " << data.size() - pos << " bytes at offset " << pos << '\n';
+    damaged = true;
   }
-  if (!list.error().empty()) {
-    err << "kyo inspect: " << list.error() << '\n';
+  if (!list.error().empty()) io.err << "kyo inspect: " << list.error() << '\n';
+  if (!behind && pos == start) {
+    io.err << "kyo inspect: '" << name << "' holds no configuration header and no object stream\n";
+    return exit_failure;
+  }
+  if (damaged) {
+    if (list.error().empty()) io.err << "kyo inspect: '" << name << "' is damaged\n";
     return exit_failure;
   }
   return exit_ok;
+}
+
+}  // namespace
+
+void add_inspect(CLI::App& kyo, const streams& io, action& run) {
+  CLI::App* sub = kyo.add_subcommand("inspect", inspect_about);
+  sub->footer(inspect_footer);
+  sub->positionals_at_end();
+  auto file = std::make_shared<std::string>();
+  sub->add_option("FILE", *file, "the file to show")->required();
+  sub->callback([&run, &io, file] { run = [&io, file] { return inspect(*file, io); }; });
 }
 
 }  // namespace kyo::cli

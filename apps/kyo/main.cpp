@@ -5,6 +5,6 @@
 #include "kyo/commands.h"
 
 int main(int argc, char** argv) {
-  std::vector<std::string> args(argv + 1, argv + argc);
+  const std::vector<std::string> args(argv + 1, argv + argc);
   return kyo::cli::run_kyo(args, std::cout, std::cerr);
 }

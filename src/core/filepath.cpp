@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <kyo/platform/ascii.h>
+
 namespace kyo {
 
 namespace {
@@ -12,13 +14,10 @@ constexpr std::string_view allowed_punctuation = ":.\\ !#$%&'()-@^_`~,";
 bool allowed(char c) {
   const auto u = static_cast<unsigned char>(c);
   if (u >= 128) return true;
-  if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
+  if (is_ascii_letter(c) || is_ascii_digit(c)) return true;
   return c != '\0' && allowed_punctuation.find(c) != std::string_view::npos;
 }
 
-char to_lower(char c) {
-  return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-}
 char to_upper(char c) {
   return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c;
 }
@@ -134,7 +133,7 @@ void filepath::tidy() {
     if (end > pos && is_short_name(std::string_view(path_).substr(pos, end - pos))) {
       path_[pos] = to_upper(path_[pos]);
       for (std::size_t i = pos + 1; i < end; ++i)
-        path_[i] = to_lower(path_[i]);
+        path_[i] = ascii_lower(path_[i]);
     }
     pos = end + 1;
   }

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <vector>
 
+#include <kyo/platform/ascii.h>
+
 namespace kyo {
 
 namespace {
@@ -21,18 +23,6 @@ int drive_index(char drive) {
   return -1;
 }
 
-char lower_ascii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
-
-bool equal_ignoring_case(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (lower_ascii(a[i]) != lower_ascii(b[i])) return false;
-  }
-  return true;
-}
-
 bool exists(const std::string& path) {
   struct stat st;
   return ::lstat(path.c_str(), &st) == 0;
@@ -44,7 +34,7 @@ std::string find_ignoring_case(const std::string& folder, std::string_view name)
   if (dir == nullptr) return {};
   std::vector<std::string> matches;
   while (const dirent* entry = ::readdir(dir)) {
-    if (equal_ignoring_case(entry->d_name, name)) matches.emplace_back(entry->d_name);
+    if (ascii_iequal(entry->d_name, name)) matches.emplace_back(entry->d_name);
   }
   ::closedir(dir);
   if (matches.empty()) return {};

@@ -1,20 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "kyo/commands.h"
+#include "apps/kyo_run.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-// "exit code|standard output|standard error" of one kyo ini run.
-std::string run(const std::vector<std::string>& args) {
-  std::ostringstream out;
-  std::ostringstream err;
-  const int code = kyo::cli::run_ini(args, out, err);
-  return std::to_string(code) + "|" + out.str() + "|" + err.str();
+std::string run(std::vector<std::string> args) {
+  args.insert(args.begin(), "ini");
+  return kyo::test::kyo_run(args);
 }
 
 class kyo_ini : public testing::Test {
@@ -57,19 +53,38 @@ TEST_F(kyo_ini, set_and_delete_edit_the_file_in_place) {
   EXPECT_EQ(dir_.read("new.ini"), "[S]\r\nk=v\r\n");
 }
 
-TEST_F(kyo_ini, bad_arguments_print_usage_with_exit_code_2) {
-  const std::vector<std::vector<std::string>> bad = {
-      {},       {"frobnicate", f_},        {"get", f_, "A"}, {"set", f_, "A", "k"}, {"delete", f_},
-      {"list"}, {"list", f_, "A", "extra"}};
+TEST_F(kyo_ini, options_come_before_arguments) {
+  EXPECT_EQ(run({"set", f_, "S", "k", "-h"}), "0||") << "a value that looks like an option";
+  EXPECT_EQ(run({"set", "--", f_, "S", "--help", "--"}), "0||");
+  EXPECT_EQ(run({"get", f_, "s", "K"}), "0|-h\n|");
+  EXPECT_EQ(run({"get", f_, "s", "--help"}), "0|--\n|");
+}
+
+TEST_F(kyo_ini, help_and_bad_arguments) {
+  const std::vector<std::vector<std::string>> bad = {{},
+                                                     {"frobnicate", f_},
+                                                     {"get", f_, "A"},
+                                                     {"set", f_, "A", "k"},
+                                                     {"delete", f_},
+                                                     {"list"},
+                                                     {"list", f_, "A", "extra"},
+                                                     {"get", "--bogus", f_, "A", "k"}};
   for (const std::vector<std::string>& args : bad) {
     SCOPED_TRACE(testing::PrintToString(args));
     const std::string got = run(args);
-    EXPECT_TRUE(got.starts_with(std::to_string(kyo::cli::exit_usage) + "||") &&
-                got.find("usage: kyo ini get") != std::string::npos)
-        << got;
+    EXPECT_TRUE(got.starts_with(std::to_string(kyo::cli::exit_usage) + "||kyo: ")) << got;
   }
-  const std::string help = run({"--help"});
-  EXPECT_TRUE(help.starts_with("0|usage: kyo ini get FILE SECTION KEY") && help.ends_with("|"));
+  const std::string help = kyo::test::kyo_run({"help", "ini"});
+  EXPECT_TRUE(help.starts_with("0|read and edit profile (INI) files") &&
+              help.find("list") != std::string::npos && help.ends_with("|"))
+      << help;
+  EXPECT_EQ(run({"--help"}), help);
+  EXPECT_EQ(kyo::test::kyo_run({"ini", "set", "--help"}),
+            kyo::test::kyo_run({"help", "ini", "set"}));
+  const std::string top = kyo::test::kyo_run({"--help"});
+  EXPECT_NE(top.find("--version"), std::string::npos) << top;
+  EXPECT_EQ(kyo::test::kyo_run({"help", "nothing"}), "2||kyo help: no command 'nothing'\n");
+  EXPECT_TRUE(kyo::test::kyo_run({"--version"}).starts_with("0|kyo 0."));
 }
 
 }  // namespace

@@ -1,23 +1,21 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <sys/stat.h>
 
+#include "apps/kyo_run.h"
 #include "core/object_stream_types.h"
-#include "kyo/commands.h"
 #include "support/temp_dir.h"
 
 namespace kyo::test {
 namespace {
 
-// "exit code|standard output|standard error" of one kyo inspect run.
-std::string inspect(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  const int code = cli::run_inspect(args, out, err);
-  return std::to_string(code) + "|" + out.str() + "|" + err.str();
+std::string inspect(std::vector<std::string> args) {
+  args.insert(args.begin(), "inspect");
+  return kyo_run(args);
 }
 
 // Fails for each of `parts` that `text` does not contain.
-void expect_parts(const std::string& text, std::initializer_list<std::string> parts) {
+void expect_parts(const std::string& text, const std::vector<std::string>& parts) {
   for (const std::string& part : parts)
     EXPECT_NE(text.find(part), std::string::npos) << "no \"" << part << "\" in\n" << text;
 }
@@ -68,31 +66,45 @@ TEST(kyo_inspect, lists_a_library_index_behind_self_contained_records) {
 
   const std::string r = inspect({file});
   EXPECT_TRUE(r.starts_with("0|")) << r;
-  expect_parts(r, {"index position: " + std::to_string(index_at), "(self-contained)",
-                   "item 0: \"Survey vessel\" type 0 flag 1 xref 0",
+  expect_parts(r, {"layout: shape library (index position behind the header, objects, index at " +
+                       std::to_string(index_at) + ")",
+                   "(self-contained)", "item 0: \"Survey vessel\" type 0 flag 1 xref 0",
                    "1 position(s): " + std::to_string(first)});
 }
 
-TEST(kyo_inspect, reports_corrupt_and_unreadable_files_with_exit_codes) {
+TEST(kyo_inspect, fails_on_what_is_no_stream_or_a_damaged_one) {
   temp_dir dir;
-  const std::string file = dir.file("cut.bin");
+  const std::string file = dir.file("f.bin");
   const std::string body = sample_stream(false);
-  write_file(file, body.substr(0, body.size() - 3));
-  std::string r = inspect({file});
-  EXPECT_TRUE(r.starts_with("1|")) << r;
-  expect_parts(r, {"header: none", "runs past its end at offset 0"});
-
-  write_file(file, "plain text, no stream");
-  r = inspect({file});
-  EXPECT_TRUE(r.starts_with("0|")) << r;
-  expect_parts(r, {"unrecognised data: 21 bytes at offset 0"});
-
-  r = inspect({dir.file("missing.cfg")});
-  EXPECT_TRUE(r.starts_with("1|") && r.find("cannot open") != std::string::npos) << r;
+  const std::string head = header("KYO TEST FILE", "1.0\0\0\0\0\0");
+  const std::string fifo = dir.file("fifo");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  struct row {
+    const char* what;
+    std::string content;  // written to f.bin unless `path` is given
+    std::string path;
+    std::vector<std::string> parts;
+  };
+  const std::vector<row> rows = {
+      {"cut record", body.substr(0, body.size() - 3), "", {"header: none", "runs past its end"}},
+      {"plain text", "plain text, no stream", "", {"no configuration header and no object"}},
+      {"empty", "", "", {"no configuration header"}},
+      {"header then junk", head + "junk", "", {"unrecognised data: 4 bytes", "is damaged"}},
+      {"missing", "", dir.file("missing.cfg"), {"cannot open", "No such file"}},
+      {"fifo (would block)", "", fifo, {"is not a regular file"}},
+      {"folder", "", dir.path().string(), {"is not a regular file"}},
+  };
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.what);
+    if (r.path.empty()) write_file(file, r.content);
+    const std::string got = inspect({r.path.empty() ? file : r.path});
+    EXPECT_TRUE(got.starts_with("1|")) << got;
+    expect_parts(got, r.parts);
+  }
+  write_file(file, head);
+  EXPECT_TRUE(inspect({file}).starts_with("0|")) << "an empty configuration file is whole";
   EXPECT_TRUE(inspect({}).starts_with("2|"));
   EXPECT_TRUE(inspect({"a", "b"}).starts_with("2|"));
-  r = inspect({"--help"});
-  EXPECT_TRUE(r.starts_with("0|") && r.find("usage: kyo inspect FILE") != std::string::npos);
 }
 
 }  // namespace
