@@ -6,21 +6,23 @@
 // core
 #include <kyo/core/angle.h>
 #include <kyo/core/child_list.h>
+#include <kyo/core/directive_scan.h>
 #include <kyo/core/error_message.h>
 #include <kyo/core/filepath.h>
 #include <kyo/core/font_table.h>
 #include <kyo/core/geometry.h>
 #include <kyo/core/numbers.h>
 #include <kyo/core/object_stream.h>
-#include <kyo/core/printf_format.h>
 #include <kyo/core/string_array.h>
 #include <kyo/core/string_resources.h>
 #include <kyo/core/version.h>
 
 // platform
+#include <kyo/platform/ascii.h>
 #include <kyo/platform/local_time.h>
 #include <kyo/platform/message_format.h>
 #include <kyo/platform/path_map.h>
+#include <kyo/platform/printf_format.h>
 #include <kyo/platform/profile.h>
 #include <kyo/platform/tick.h>
 #include <kyo/platform/ui_hooks.h>

@@ -6,9 +6,9 @@
 #include <optional>
 
 #include <kyo/core/numbers.h>
-#include <kyo/core/printf_format.h>
+#include <kyo/platform/printf_format.h>
 
-#include "core/directive_scan.h"
+#include <kyo/core/directive_scan.h>
 
 namespace kyo {
 

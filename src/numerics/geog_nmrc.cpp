@@ -3,7 +3,7 @@
 #include <numbers>
 
 #include <kyo/core/angle.h>
-#include <kyo/core/printf_format.h>
+#include <kyo/platform/printf_format.h>
 
 #include "numerics/config_text.h"
 

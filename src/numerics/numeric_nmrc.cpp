@@ -6,7 +6,7 @@
 #include <numbers>
 
 #include <kyo/core/numbers.h>
-#include <kyo/core/printf_format.h>
+#include <kyo/platform/printf_format.h>
 
 #include "numerics/config_text.h"
 

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include <kyo/core/angle.h>
-#include <kyo/core/printf_format.h>
 #include <kyo/numerics/numeric_server_list.h>
+#include <kyo/platform/printf_format.h>
 #include <kyo/time/timedate.h>
 
 namespace kyo {

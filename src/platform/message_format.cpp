@@ -4,7 +4,7 @@
 #include <cstring>
 #include <optional>
 
-#include <kyo/core/printf_format.h>
+#include <kyo/platform/printf_format.h>
 
 namespace kyo {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include <kyo/core/printf_format.h>
+#include <kyo/platform/printf_format.h>
 
 namespace kyo {
 

@@ -6,11 +6,11 @@
 #include <optional>
 
 #include <kyo/core/numbers.h>
-#include <kyo/core/printf_format.h>
+#include <kyo/platform/printf_format.h>
 
+#include <kyo/core/directive_scan.h>
 #include <kyo/platform/local_time.h>
 #include <kyo/time/time_manager.h>
-#include "core/directive_scan.h"
 
 namespace kyo {
 

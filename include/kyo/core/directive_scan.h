@@ -1,8 +1,8 @@
 // The '%' directive languages of the angle and date/time formatters share one
 // grammar and one shape of expansion: a directive is '%', any run of non-letters
 // (flags, width, '.', precision) and a letter; "%%" is a '%'. A first pass finds
-// the directive that decides the rounding, a second writes the text. Private to
-// the library.
+// the directive that decides the rounding, a second writes the text. Used by the
+// angle and time formatters; not meant for applications.
 #pragma once
 
 #include <cstddef>
@@ -10,11 +10,9 @@
 #include <string>
 #include <string_view>
 
-namespace kyo::detail {
+#include <kyo/platform/ascii.h>
 
-inline bool is_ascii_letter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
+namespace kyo::detail {
 
 /// The text of one directive.
 struct directive_text {

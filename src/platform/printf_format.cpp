@@ -1,4 +1,4 @@
-#include <kyo/core/printf_format.h>
+#include <kyo/platform/printf_format.h>
 
 #include <bit>
 #include <charconv>
