@@ -13,6 +13,15 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 
+# The installed program finds the installed library by itself.
+if(EXISTS ${prefix}/bin/kyo)
+  unset(ENV{LD_LIBRARY_PATH})
+  run(${prefix}/bin/kyo --version)
+  if(NOT last_output MATCHES "^kyo [0-9]+\\.[0-9]+\\.[0-9]+")
+    message(FATAL_ERROR "unexpected kyo --version output: ${last_output}")
+  endif()
+endif()
+
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build
     -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
