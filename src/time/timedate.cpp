@@ -1,6 +1,7 @@
 #include <kyo/time/timedate.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <ctime>
 #include <optional>
@@ -64,6 +65,11 @@ long offset_at(std::int64_t utc_since_1970) {
   return utc_offset_seconds(static_cast<std::time_t>(utc_since_1970));
 }
 
+// The local clock reading, in whole seconds since 1901, of a whole GMT count.
+std::int64_t local_of(std::int64_t gmt_whole) {
+  return gmt_whole + offset_at(gmt_whole - epoch_1970);
+}
+
 // The UTC offset in force at a local clock reading. The instant lies within a day of the reading
 // taken as UTC, so the offsets in force a day either side of it (and at it) hold every offset
 // that can apply, unless a zone changes twice within two days. An offset fits when the instant it
@@ -81,6 +87,10 @@ long offset_of_local(std::int64_t local_whole) {
     if (offset_at(reading - o) == o && (!fitting || o > *fitting)) fitting = o;
   }
   return fitting ? *fitting : offset_at(reading - largest);
+}
+
+double clock_count(const date& d, int hour, int minute, double seconds) {
+  return static_cast<double>(d.days()) * seconds_per_day + hour * 3600.0 + minute * 60.0 + seconds;
 }
 
 void append_number(std::string& out, long long v, int width) {
@@ -277,15 +287,28 @@ void append_field(std::string& out, const directive& d, const clock_fields& f, d
 }  // namespace
 
 timedate::timedate(const date& d, int hour, int minute, double seconds) noexcept
-    : value_(static_cast<double>(d.days()) * seconds_per_day + hour * 3600.0 + minute * 60.0 +
-             seconds) {}
+    : value_(from_local(clock_count(d, hour, minute, seconds)).value_) {}
+
+timedate timedate::from_gmt(const date& d, int hour, int minute, double seconds) noexcept {
+  return clock_count(d, hour, minute, seconds);
+}
+
+timedate timedate::from_local(double local_seconds) noexcept {
+  const double v = sanitized(local_seconds);
+  return v - static_cast<double>(offset_of_local(whole_seconds(v)));
+}
+
+double timedate::local_value() const noexcept {
+  const double v = sanitized(value_);
+  return v + static_cast<double>(offset_at(whole_seconds(v) - epoch_1970));
+}
 
 double timedate::get_current_time() {
-  const system_time t = get_local_time();
-  const date d = date::from_ymd(t.year, t.month, t.day);
-  return static_cast<double>(d.days() * seconds_per_day + t.hour * 3600 + t.minute * 60 +
-                             t.second) +
-         t.milliseconds * 0.001;
+  using namespace std::chrono;
+  const auto since_1970 = floor<milliseconds>(wall_clock_now().time_since_epoch()).count();
+  const std::int64_t whole = floor_div(since_1970, 1000);
+  return static_cast<double>(whole + epoch_1970) +
+         static_cast<double>(since_1970 - whole * 1000) * 0.001;
 }
 
 timedate& timedate::set_current() {
@@ -295,33 +318,23 @@ timedate& timedate::set_current() {
 }
 
 date timedate::get_date() const noexcept {
-  return fields_of(whole_seconds(value_)).day;
+  return fields_of(local_of(whole_seconds(value_))).day;
 }
 
 int timedate::hour() const noexcept {
-  return fields_of(whole_seconds(value_)).hour;
+  return fields_of(local_of(whole_seconds(value_))).hour;
 }
 
 int timedate::minute() const noexcept {
-  return fields_of(whole_seconds(value_)).minute;
+  return fields_of(local_of(whole_seconds(value_))).minute;
 }
 
 int timedate::second() const noexcept {
-  return fields_of(whole_seconds(value_)).second;
+  return fields_of(local_of(whole_seconds(value_))).second;
 }
 
 int timedate::day_of_year() const noexcept {
   return get_date().day_of_year();
-}
-
-double timedate::gmt_value() const {
-  const double v = sanitized(value_);
-  return v - static_cast<double>(offset_of_local(whole_seconds(v)));
-}
-
-timedate timedate::from_gmt(double gmt_seconds) {
-  const double g = sanitized(gmt_seconds);
-  return g + static_cast<double>(offset_at(whole_seconds(g) - epoch_1970));
 }
 
 std::string timedate::long_date_str() const {
@@ -344,7 +357,7 @@ std::string timedate::short_date_str() const {
 std::string timedate::time_str(unsigned decimals) const {
   const double v = sanitized(value_);
   if (decimals == 0) {
-    const clock_fields f = fields_of(whole_seconds(v));
+    const clock_fields f = fields_of(local_of(whole_seconds(v)));
     return two_digit_triple(f.hour, f.minute, f.second, ':');
   }
   decimals = std::min(decimals, 3u);
@@ -353,7 +366,7 @@ std::string timedate::time_str(unsigned decimals) const {
   // Counted in units of the last digit shown, so the rounding carries into the seconds.
   const auto n = static_cast<std::int64_t>(std::floor(v * static_cast<double>(p) + 0.5));
   const std::int64_t whole = floor_div(n, p);
-  const clock_fields f = fields_of(whole);
+  const clock_fields f = fields_of(local_of(whole));
   std::string out = two_digit_triple(f.hour, f.minute, f.second, ':');
   out += '.';
   append_number(out, n - whole * p, static_cast<int>(decimals));
@@ -362,15 +375,14 @@ std::string timedate::time_str(unsigned decimals) const {
 
 void timedate::set_nearest(unsigned hour, unsigned minute, double seconds) {
   if (!std::isfinite(seconds)) return;
-  const std::int64_t gmt_whole = whole_seconds(gmt_value());
-  const int h0 = fields_of(gmt_whole).hour;
-  std::int64_t day = floor_div(gmt_whole, seconds_per_day);
+  const std::int64_t now = whole_seconds(value_);
+  const int h0 = fields_of(now).hour;
+  std::int64_t day = floor_div(now, seconds_per_day);
   const long long apart = static_cast<long long>(hour) - h0;
   if (apart > 12 || apart < -12) day += h0 < static_cast<long long>(hour) ? -1 : 1;
   const double whole = std::trunc(seconds);
-  const double gmt = static_cast<double>(day) * seconds_per_day + hour * 3600.0 + minute * 60.0 +
-                     whole + (seconds - whole);
-  value_ = from_gmt(gmt).value_;
+  value_ = sanitized(static_cast<double>(day) * seconds_per_day + hour * 3600.0 + minute * 60.0 +
+                     whole + (seconds - whole));
 }
 
 void timedate::setting_change() {
@@ -387,14 +399,14 @@ std::string timedate::as_string(std::string_view format) const {
   const std::optional<directive> finest =
       detail::finest_directive<directive>(format, read_directive);
   const split_value s = round_for(value_, finest ? &*finest : nullptr);
-  const clock_fields local = fields_of(s.whole);
+  const clock_fields local = fields_of(local_of(s.whole));
   std::optional<clock_fields> gmt;
   bool use_gmt = false;
 
   return detail::expand_directives<directive>(
       format, max_text, read_directive, [&](std::string& out, const directive& d) {
         if (d.letter == 'G') {
-          if (!gmt) gmt = fields_of(s.whole - offset_of_local(s.whole));
+          if (!gmt) gmt = fields_of(s.whole);
           use_gmt = true;
           return;
         }

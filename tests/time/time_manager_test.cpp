@@ -7,13 +7,14 @@
 #include <limits>
 
 #include "support/fake_clock.h"
+#include "support/scoped_env.h"
 #include "time/time_values.h"
 
 namespace kyo::test {
 namespace {
 
 // Every test starts from a fresh manager on injected clocks: 1 March 2024 12:00:00 UTC, tick
-// 5000.
+// 5000, in a zone far from UTC, which must make no difference to ticks and timedates.
 class time_manager_test : public testing::Test {
  protected:
   time_manager_test() { time_manager::reset(); }
@@ -25,6 +26,7 @@ class time_manager_test : public testing::Test {
   }
   static clock_tick tick_of(double t) { return time_manager::get_clock_tick(t); }
 
+  scoped_env tz_{"TZ", "Pacific/Auckland"};
   fake_tick tick_{5000};
   fake_wall_clock wall_{fake_wall_clock::utc(2024, 3, 1, 12, 0, 0)};
   const double noon_ = at(2024, 3, 1, 12);
@@ -34,6 +36,7 @@ class time_manager_test : public testing::Test {
 // remembers.
 TEST_F(time_manager_test, first_conversion_anchors_time_zero) {
   EXPECT_EQ(time_of(0), noon_ - 5);
+  EXPECT_EQ(time_manager::get_timedate(5000).value(), 1709294400.0) << "Unix time";
   time_manager::reset();
   tick_.set(0xFFFFFFFF);
   EXPECT_EQ(time_of(0xFFFFFFFF), noon_);

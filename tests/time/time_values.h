@@ -6,7 +6,8 @@
 
 namespace kyo::test {
 
-/// The timedate of a clock reading: seconds since 1 January 1901 00:00.
+/// The timedate of a GMT date and time: seconds since 1 January 1901 00:00 GMT. Read as a local
+/// clock reading it is also the count from_local and local_value work with.
 inline double at(int year, unsigned month, unsigned day, int hour = 0, int minute = 0,
                  double second = 0) {
   namespace chr = std::chrono;

@@ -1,8 +1,8 @@
-// Calendar time. A timedate counts local clock seconds since 1 January 1901 00:00, fraction
-// included: the reading of the wall clock in the zone TZ names, daylight saving included. It
-// gives its date and time of day, the GMT form (the value less the UTC offset in force at that
-// local time), short, long and time-of-day texts, and `as_string`, the date/time formatter whose
-// directives build report stamps, log lines and file names ("%d-%1N-%Y %02H:%02M:%02S").
+// Calendar time. A timedate counts the seconds since 1 January 1901 00:00 GMT, fraction
+// included: Unix time plus 2,177,452,800. Its local date and time of day come from converting it
+// through the zone TZ names, daylight saving included. It gives short, long and time-of-day
+// texts, and `as_string`, the date/time formatter whose directives build report stamps, log lines
+// and file names ("%d-%1N-%Y %02H:%02M:%02S").
 #pragma once
 
 #include <cstddef>
@@ -19,10 +19,10 @@ namespace kyo {
 /// timedate.
 inline constexpr double seconds_1901_to_1970 = 2177452800.0;
 
-/// Seconds since 1 January 1901 00:00 local time, fraction included.
+/// Seconds since 1 January 1901 00:00 GMT, fraction included.
 /// Calendar fields come from the value taken down to its whole second (floor, which for values
-/// from 1901 on is truncation). A NaN value reads as 0 and a value beyond +/- `max_seconds` as
-/// that limit.
+/// from 1901 on is truncation), then moved to local time by the UTC offset in force at that
+/// instant. A NaN value reads as 0 and a value beyond +/- `max_seconds` as that limit.
 class KYO_EXPORT timedate {
  public:
   /// The longest text as_string returns: its buffer of 80 characters holds 79 and the terminator.
@@ -35,14 +35,24 @@ class KYO_EXPORT timedate {
   static int short_format;
 
   constexpr timedate(double seconds = 0) noexcept : value_(seconds) {}
-  /// The local time `hour`:`minute`:`seconds` of day `d`; fields out of range carry over.
+  /// The instant the local clock reads `hour`:`minute`:`seconds` on day `d` (see from_local);
+  /// fields out of range carry over.
   timedate(const date& d, int hour, int minute, double seconds) noexcept;
+  /// The instant `hour`:`minute`:`seconds` GMT on day `d`; fields out of range carry over.
+  [[nodiscard]] static timedate from_gmt(const date& d, int hour, int minute,
+                                         double seconds) noexcept;
+  /// The instant at which the local clock reads `local_seconds` (counted from 1901 as if every
+  /// day had 86,400 seconds). A reading that occurs twice (clocks put back) is its first
+  /// occurrence; one that never occurs (clocks put forward) is taken with the offset in force
+  /// before the change, so 01:30 on the spring change day in London is 01:30 GMT. In both cases
+  /// the offset is the one in force before the change.
+  [[nodiscard]] static timedate from_local(double local_seconds) noexcept;
 
   constexpr operator double() const noexcept { return value_; }
   [[nodiscard]] constexpr double value() const noexcept { return value_; }
 
-  /// The present local date and time of the wall clock (kyo::get_local_time), milliseconds
-  /// included, as seconds since 1901. Ignores artificial time; set_current honours it.
+  /// The present time of the wall clock (kyo::wall_clock_now), milliseconds included, as
+  /// seconds since 1901 GMT. Ignores artificial time; set_current honours it.
   [[nodiscard]] static double get_current_time();
   /// Becomes the time manager's artificial time while it is on, else get_current_time().
   timedate& set_current();
@@ -56,14 +66,10 @@ class KYO_EXPORT timedate {
   /// The day of the year of the local date, 1 to 366.
   [[nodiscard]] int day_of_year() const noexcept;
 
-  /// The value as GMT: seconds since 1 January 1901 00:00 UTC, the value less the UTC offset in
-  /// force at that local time. A local time that occurs twice (clocks put back) is taken as the
-  /// first occurrence; one that never occurs (clocks put forward) takes the offset in force before
-  /// the change, so 01:30 on the spring change day in London is 01:30 GMT. In both cases the offset
-  /// is the one in force before the change.
-  [[nodiscard]] double gmt_value() const;
-  /// The local timedate of `gmt_seconds` (seconds since 1901 UTC); every instant has one.
-  [[nodiscard]] static timedate from_gmt(double gmt_seconds);
+  /// The reading of the local clock at this instant: the value plus the UTC offset in force,
+  /// counted from 1901 as if every day had 86,400 seconds. Both instants of a repeated hour read
+  /// the same.
+  [[nodiscard]] double local_value() const noexcept;
 
   /// The terse date, "21 Nov 2026" (see date::terse_str).
   [[nodiscard]] std::string long_date_str() const;
@@ -78,11 +84,10 @@ class KYO_EXPORT timedate {
 
   /// Moves the value to the GMT time of day `hour`:`minute`:`seconds` on the day that puts it
   /// nearest, for time stamps that carry only a UTC time of day (position messages).
-  /// On the GMT form of the value: the day is kept, unless the given hour is more than 12 hours
-  /// from the present GMT hour; then it is the day before when the present hour is the earlier,
-  /// the day after otherwise. The result is converted back to local clock seconds. Fields out of
-  /// range carry over (hour 24 is midnight of the next day); NaN or infinite seconds leave the
-  /// value unchanged.
+  /// The GMT day of the value is kept, unless the given hour is more than 12 hours from the
+  /// present GMT hour; then it is the day before when the present hour is the earlier, the day
+  /// after otherwise. The local zone plays no part. Fields out of range carry over (hour 24 is
+  /// midnight of the next day); NaN or infinite seconds leave the value unchanged.
   void set_nearest(unsigned hour, unsigned minute, double seconds);
 
   /// Sets short_format from the date order of the user's locale (kyo::locale_date_order); call it
@@ -103,10 +108,10 @@ class KYO_EXPORT timedate {
   ///      letters, with bit 1 set gives capitals ("%1N" "Jan", "%2N" "JANUARY", "%3N" "JAN")
   ///   %w week day digit, 1 Monday to 7 Sunday; a first character with bit 1 set counts from
   ///      Sunday (1 to 7), with bit 0 set from 0 ("%1w" Monday 0, "%3w" Sunday 0)
-  ///   %G shows every later field in GMT (see gmt_value), %L back in local time; both print nothing
+  ///   %G shows every later field in GMT, %L back in local time; both print nothing
   /// Rounding: the finest of the H, h, M and S directives (S finest, the first among equals) rounds
-  /// the whole value once, half away from zero, to its precision in its unit before any field is
-  /// taken, so "%02H:%02M:%02S" of 23:59:59.7 on 31 December prints the next year's 00:00:00.
+  /// the whole (GMT) value once, half away from zero, to its precision in its unit before any field
+  /// is taken, so "%02H:%02M:%02S" of 23:59:59.7 on 31 December prints the next year's 00:00:00.
   /// Hostile formats stay harmless: a directive with more than five characters before its letter,
   /// one whose characters make no valid conversion ("%*d", "%1.2.3H"), a width or precision above
   /// printf_max_width or printf_max_precision, and a '%' with no letter up to the end are copied
