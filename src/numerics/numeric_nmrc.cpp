@@ -195,29 +195,6 @@ void numeric_nmrc::Streamer::Read(ipstream& is, numeric_nmrc& n, std::uint32_t v
 }
 
 // ---------------------------------------------------------------------------
-// The kinds with a unit table complete the display options from it.
-
-void distance_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from_table(d);
-}
-
-void speed_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from_table(d);
-}
-
-void tension_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from_table(d);
-}
-
-void pressure_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from_table(d);
-}
-
-void emf_nmrc::fix_nmrc_data(nmrc_data& d) const {
-  complete_from_table(d);
-}
-
-// ---------------------------------------------------------------------------
 // bearing_nmrc
 
 bearing_nmrc::bearing_nmrc(const numeric_server& server, int index, int width, int precision,
@@ -230,7 +207,7 @@ int bearing_nmrc::as_string(clock_tick t, std::string& out, bool pad) const {
   if (status == numeric_status::no_data) return status;
   double degrees = round(v * 180.0 * std::numbers::inv_pi, power_of_ten(effective_precision()));
   if (degrees == 360.0) degrees = 0;
-  out = format_value(degrees, v, pad);
+  out = format_value(degrees * data().factor, v, pad);
   return status;
 }
 
@@ -314,7 +291,7 @@ int time_interval_nmrc::as_string(clock_tick t, std::string& out, bool pad) cons
 // memory_nmrc
 
 memory_nmrc::memory_nmrc(const numeric_server& server, int index, int width, int precision) noexcept
-    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, unit_table[0].factor,
+    : numeric_kind(server, index, width, precision < 0 ? 1 : precision, auto_units[0].factor,
                    nullptr) {
   nmrc_data d;
   get_nmrc_data(d);
@@ -334,8 +311,8 @@ int memory_nmrc::as_string(clock_tick t, std::string& out, bool pad) const {
   // Values below one byte (zero, negative, NaN) have no logarithm to go by: they stay in bytes.
   int unit = 0;
   if (v >= 1) unit = static_cast<int>(std::min(3.0, std::trunc(std::log(v) / log_1024)));
-  double shown = v / unit_table[unit].factor;
-  std::strncpy(auto_units_, unit_table[unit].label, 3);
+  double shown = v / auto_units[unit].factor;
+  std::strncpy(auto_units_, auto_units[unit].label, 3);
   const int precision = effective_precision();
   if (precision != 0 && shown != 0 && std::isfinite(shown)) {
     const double d = std::trunc(std::log10(std::fabs(shown)));

@@ -53,7 +53,7 @@ int timedate_nmrc::as_string(clock_tick t, std::string& out, bool) const {
   }
   if ((flags_ & timedate_flags::time) != 0) {
     if (!text.empty()) text += ' ';
-    text += when.time_str(static_cast<unsigned>(std::clamp(decimals_, 0, 3)));
+    text += when.time_str(static_cast<unsigned>(decimals_));
   }
   out = std::move(text);
   return status;

@@ -229,6 +229,9 @@ TEST(numeric_format, bearings_round_in_degrees_and_wrap_360_to_0) {
     bearing_nmrc n(s, index, 12, precision, "\xB0T");
     EXPECT_EQ(shown(s, n, radians, false), text);
   }
+  bearing_nmrc turns(s, index, 12, 3, "rev");
+  set_options(turns, {.precision = 3, .factor = 1.0 / 360, .units = "rev"});
+  EXPECT_EQ(shown(s, turns, 90 * deg, false), "0.250") << "the factor applies to the degrees";
 }
 
 TEST(numeric_format, compound_intervals_split_into_weeks_to_seconds) {
@@ -290,7 +293,7 @@ TEST(numeric_format, dates_follow_the_flags) {
       {"day of year", 3, 0, stamp, "65"},
       {"day of year and time", 7, 2, stamp, "65 14:07:09.25"},
       {"time alone", 4, 1, stamp, "14:07:09.3"},
-      {"negative decimals count as 0", 4, -3, stamp, "14:07:09"},
+      {"negative decimals count as 3", 4, -3, stamp, "14:07:09.250"},
       {"nothing", 0, 0, stamp, ""},
       {"day 365 of a common year", 3, 0, 1704024000, "365"},
       {"day 366 of a leap year prints 0", 3, 0, 1735646400, "0"},

@@ -65,9 +65,10 @@ class KYO_EXPORT numeric : public virtual streamable {
   /// (numeric_status::no_data) and leaves `out` untouched when there is no value, no server, or
   /// the entry holds the other kind of value (a number where text is expected or the reverse).
   /// As itself: the entry's text; when `pad` is set and |width| of the entry's description
-  /// (capped at 31) exceeds the text's length, a negative width pads the text with blanks on the
-  /// right to |width|, a positive one puts `width` blanks in front of it, the whole width, so
-  /// that the result is longer than the width.
+  /// exceeds the text's length, a negative width pads the text with blanks on the right to
+  /// |width|, a positive one puts `width` blanks in front of it, the whole width, so that the
+  /// result is longer than the width. A width beyond +/-31, the widest field of any numeric,
+  /// counts as +/-31, so that a damaged description cannot ask for gigabytes of blanks.
   virtual int as_string(clock_tick t, std::string& out, bool pad) const;
 
   /// Reads this class's part of the object (as written by write) from `is`.

@@ -132,7 +132,7 @@ class KYO_EXPORT numeric_nmrc : public numeric {
   virtual void set_nmrc_data(nmrc_data& d);
   /// Completes `d` from its unit index without storing it: factor and label from the table row
   /// when the index lies in the table, unchanged otherwise (time_interval_nmrc then empties the
-  /// label). Does nothing here and in bearing_nmrc and memory_nmrc.
+  /// label). Does nothing here and in bearing_nmrc and memory_nmrc, which have no unit table.
   virtual void fix_nmrc_data(nmrc_data& d) const;
 
   /// Copies the display options out.
@@ -171,6 +171,11 @@ class KYO_EXPORT numeric_kind : public numeric_nmrc {
   }
   void read(ipstream& is, std::uint32_t) override { read_base<numeric_nmrc>(is, *this); }
   void write(opstream& os) const override { write_base<numeric_nmrc>(os, *this); }
+  /// A kind with a unit table fills factor and label of `d` from the row of its unit index (an
+  /// index outside the table leaves them); a kind without one leaves `d` as it is.
+  void fix_nmrc_data(nmrc_data& d) const override {
+    if constexpr (requires { Kind::unit_table; }) complete_from_table(d);
+  }
 
  protected:
   using numeric_nmrc::numeric_nmrc;
@@ -195,8 +200,9 @@ class KYO_EXPORT bearing_nmrc : public numeric_kind<bearing_nmrc> {
                const char* label) noexcept;
   explicit bearing_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
   /// Degrees (value x 180 / pi) rounded half away from zero to the precision; a result of
-  /// exactly 360 becomes 0 (359.96 with one decimal prints 0.0); then the shared formatting
-  /// (without the factor).
+  /// exactly 360 becomes 0 (359.96 with one decimal prints 0.0); then the shared formatting of
+  /// the degrees times the factor (1.0 unless the options set another, such as 1/360 to show
+  /// turns).
   int as_string(clock_tick t, std::string& out, bool pad) const override;
 };
 
@@ -208,7 +214,6 @@ class KYO_EXPORT distance_nmrc : public numeric_kind<distance_nmrc> {
   /// Unit "m"; a negative precision becomes 2.
   distance_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
   explicit distance_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
-  void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A time interval held in seconds: "s", "m", "h", "d", "w", or the compound form (unit 5).
@@ -237,7 +242,6 @@ class KYO_EXPORT speed_nmrc : public numeric_kind<speed_nmrc> {
   /// Unit "kts"; a negative precision becomes 1.
   speed_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
   explicit speed_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
-  void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A tension held in newtons: "N", "kgf", "lbf".
@@ -248,7 +252,6 @@ class KYO_EXPORT tension_nmrc : public numeric_kind<tension_nmrc> {
   /// Unit "N"; a negative precision becomes 1.
   tension_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
   explicit tension_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
-  void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A pressure held in kilopascals: "kPa", "psi", "mb" (thousandths of a standard atmosphere).
@@ -259,7 +262,6 @@ class KYO_EXPORT pressure_nmrc : public numeric_kind<pressure_nmrc> {
   /// Unit "kPa"; a negative precision becomes 1.
   pressure_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
   explicit pressure_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
-  void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// An electromotive force held in volts: "V".
@@ -269,14 +271,14 @@ class KYO_EXPORT emf_nmrc : public numeric_kind<emf_nmrc> {
   /// Unit "V"; a negative precision becomes 1.
   emf_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;
   explicit emf_nmrc(streamable_init_t) noexcept : numeric_kind(streamable_init) {}
-  void fix_nmrc_data(nmrc_data& d) const override;
 };
 
 /// A memory size held in bytes: "b", "kb", "Mb", "Gb" (powers of 1024), or chosen per value.
 class KYO_EXPORT memory_nmrc : public numeric_kind<memory_nmrc> {
  public:
-  /// The automatic units: label and divisor.
-  static constexpr unit_row unit_table[] = {
+  /// The automatic units: label and divisor. Not a unit table: the options of a memory numeric
+  /// are never completed from it.
+  static constexpr unit_row auto_units[] = {
       {"b", 1.0}, {"kb", 1024.0}, {"Mb", 1048576.0}, {"Gb", 1073741824.0}};
   /// Automatic unit, factor 1.0, no label; a negative precision becomes 1.
   memory_nmrc(const numeric_server& server, int index, int width, int precision) noexcept;

@@ -37,7 +37,8 @@ class KYO_EXPORT timedate_nmrc : public numeric {
   /// The date part by the flags (none, timedate::long_date_str, short_date_str, or the day of
   /// the year of the value rounded to a whole second, printed 0 outside 1 to 365, so that
   /// 31 December of a leap year prints 0); then, with flag 4, a blank when the text is not empty
-  /// and timedate::time_str with the time decimals (negative ones count as 0, more than 3 as 3).
+  /// and timedate::time_str with the time decimals (more than 3 count as 3, and so do negative
+  /// ones, which the time formatter takes as a very large unsigned count).
   /// The value shown is the server's value plus seconds_1901_to_1970. `pad` is not used.
   int as_string(clock_tick t, std::string& out, bool pad) const override;
   void read(ipstream& is, std::uint32_t version) override;
