@@ -15,6 +15,9 @@ namespace {
 constexpr double stored_log10_5 = 0.6989700044360189;
 constexpr double stored_log10_2 = 0.3010299957639812;
 
+// The largest power of ten a double holds: the step of values whose next step would overflow.
+constexpr double largest_power_of_ten = 1e308;
+
 // Seventeen significant digits tell any two doubles apart; places beyond them are shown as zeros.
 constexpr int max_significant_digits = 17;
 
@@ -49,10 +52,13 @@ double auto_scale(double x) {
     f += 1;
     i -= 1;
   }
-  const double p = std::pow(10.0, static_cast<int>(i));
-  if (f > stored_log10_5) return 10 * p;
-  if (f > stored_log10_2) return 5 * p;
-  return 2 * p;
+  const int exponent = static_cast<int>(i);
+  const double m = f > stored_log10_5 ? 10 : f > stored_log10_2 ? 5 : 2;
+  // Below 1e-307 the power of ten alone is subnormal or zero; multiplying by the step first and
+  // by the rest of the power last keeps every digit a subnormal result can hold.
+  const double step = exponent < -300 ? m * std::pow(10.0, exponent + 300) * 1e-300
+                                      : m * std::pow(10.0, exponent);
+  return std::isinf(step) ? largest_power_of_ten : step;
 }
 
 int full_prec(double value, char* buffer, int width) {

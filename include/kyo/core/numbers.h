@@ -30,6 +30,8 @@ KYO_EXPORT int sgn(double x);
 /// (auto_scale(1) is 2, auto_scale(100) is 200) and auto_scale(0) is 1. The step boundaries use the
 /// library's stored log10(2) and log10(5), which differ from the exact ones in the tenth decimal,
 /// so values just above 2 or 5 (by less than about 2.3e-10 relative) stay on 2 or 5.
+/// Subnormal arguments get their step too (auto_scale(4.9e-324) is 5e-324 as far as a double
+/// holds it); above 1e308, where the next step is beyond the largest double, the result is 1e308.
 /// Negative and NaN arguments give NaN, +infinity gives +infinity.
 KYO_EXPORT double auto_scale(double x);
 
