@@ -56,8 +56,8 @@ double auto_scale(double x) {
   const double m = f > stored_log10_5 ? 10 : f > stored_log10_2 ? 5 : 2;
   // Below 1e-307 the power of ten alone is subnormal or zero; multiplying by the step first and
   // by the rest of the power last keeps every digit a subnormal result can hold.
-  const double step = exponent < -300 ? m * std::pow(10.0, exponent + 300) * 1e-300
-                                      : m * std::pow(10.0, exponent);
+  const double step =
+      exponent < -300 ? m * std::pow(10.0, exponent + 300) * 1e-300 : m * std::pow(10.0, exponent);
   return std::isinf(step) ? largest_power_of_ten : step;
 }
 

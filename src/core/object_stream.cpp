@@ -506,9 +506,14 @@ streamable* ipstream::read_object_record() {
       unsigned char b[4];
       if (!raw(b, 4)) return nullptr;
       const std::uint32_t id = load_le<std::uint32_t>(b);
-      if (id >= objects_.size() || objects_[id] == nullptr) {
+      if (id >= objects_.size()) {
         fail_at(stream_badbit,
                 "reference to object #" + std::to_string(id) + ", which has not been read");
+        return nullptr;
+      }
+      if (objects_[id] == nullptr) {
+        fail_at(stream_badbit, "reference to object #" + std::to_string(id) +
+                                   ", which lies in data of a newer version that was skipped");
         return nullptr;
       }
       return objects_[id];
@@ -562,11 +567,62 @@ bool ipstream::read_body(const stream_class& cls, streamable& obj, const std::st
   } catch (const std::exception& e) {
     fail_at(stream_badbit, "reading '" + name + "' failed: " + e.what());
   }
-  const std::uint64_t end = frames_.back().end;
+  const frame done = frames_.back();
   frames_.pop_back();
-  // Data a newer version added behind what this reader knows are skipped.
-  if (good()) skip_to(end);
+  // What a newer version added behind what this reader knows is skipped: the rest of the data
+  // segment it stopped in, then whole items.
+  if (good() && (done.segment_left == 0 || skip_to(pos_ + done.segment_left))) {
+    skip_items(done.end, frames_.size() + 1);
+  }
   return good();
+}
+
+bool ipstream::skip_items(std::uint64_t end, std::size_t depth) {
+  const auto need = [&](std::uint64_t n) {
+    if (end - pos_ >= n) return true;
+    fail_at(stream_badbit, "an item runs past the end of its object");
+    return false;
+  };
+  unsigned char b[4];
+  while (pos_ < end) {
+    unsigned char tag = 0;
+    if (!raw(&tag, 1)) return false;
+    switch (tag) {
+      case sf::null_tag:
+        break;
+      case sf::reference_tag:
+        if (!need(4) || !raw(b, 4)) return false;
+        break;
+      case sf::data_tag: {
+        if (!need(4) || !raw(b, 4)) return false;
+        const std::uint32_t length = load_le<std::uint32_t>(b);
+        if (length == 0 || !need(length)) {
+          if (length == 0) fail_at(stream_badbit, "an empty data segment");
+          return false;
+        }
+        if (!skip_to(pos_ + length)) return false;
+        break;
+      }
+      case sf::object_tag: {
+        if (depth >= std::size_t(sf::max_depth)) {
+          fail_at(stream_badbit, "objects nested too deeply");
+          return false;
+        }
+        std::string name;
+        std::uint32_t version = 0, length = 0;
+        if (!read_record_header(name, version, length) || !need(length)) return false;
+        // Numbered like every object record, so that later references find the objects the
+        // writer numbered after it; a reference to the placeholder itself fails.
+        objects_.push_back(nullptr);
+        if (!skip_items(pos_ + length, depth + 1)) return false;
+        break;
+      }
+      default:
+        fail_at(stream_badbit, "unknown record tag " + std::to_string(unsigned(tag)));
+        return false;
+    }
+  }
+  return true;
 }
 
 streamable* ipstream::read_new_object(bool scoped) {

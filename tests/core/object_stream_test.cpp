@@ -230,24 +230,44 @@ TEST(object_stream, checked_cast_failures_leave_nothing_behind) {
   EXPECT_TRUE(is.fail());
 }
 
-TEST(object_stream, unread_tail_of_a_newer_record_is_skipped) {
+// A version-1 reader skips the new part of a version-2 record, but numbers the objects in it:
+// later references must find the objects the writer meant.
+TEST(object_stream, newer_part_of_a_record_is_skipped_with_its_objects_numbered) {
   growing g;
   g.a = 1;
   g.b = 2;
+  g.extra = std::make_unique<node>();
+  g.extra->add("inside the new part", 5);
+  node after;
+  after.name = "after";
   std::stringstream buf;
   opstream os(buf);
-  writePtr(os, &g);
+  writePtr(os, &g);      // #0 g, #1 extra, #2 its child
+  writePtr(os, &after);  // #3
+  writePtr(os, &after);  // a reference to #3
+  writePtr(os, g.extra.get());
   os.writeWord32(99);
-  growing::read_all = false;
+
+  growing::reader_version = 1;
   ipstream is(buf);
   growing* back = nullptr;
+  node *first = nullptr, *again = nullptr, *skipped = nullptr;
   readPtr(is, back);
-  growing::read_all = true;
+  readPtr(is, first);
+  readPtr(is, again);
+  growing::reader_version = 2;
   std::unique_ptr<growing> owner(back);
+  std::unique_ptr<node> after_owner(first);
   ASSERT_TRUE(is.good()) << is.error();
   EXPECT_EQ(back->a, 1u);
-  EXPECT_EQ(back->b, 0u);
-  EXPECT_EQ(is.readWord32(), 99u) << "reading goes on behind the record";
+  EXPECT_EQ(back->b, 2u);
+  EXPECT_EQ(back->extra, nullptr);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->name, "after");
+  EXPECT_EQ(again, first) << "the reference resolves to the object the writer meant";
+  readPtr(is, skipped);
+  EXPECT_EQ(skipped, nullptr);
+  EXPECT_NE(is.error().find("newer version that was skipped"), std::string::npos) << is.error();
 }
 
 TEST(object_stream, unregistered_class_fails_the_writer) {

@@ -108,21 +108,28 @@ struct other : streamable {
   };
 };
 
-/// Writes more than it reads unless told otherwise: a newer writer's record
-/// read by an older reader.
+/// Version 2 of a class whose version 1 held `a` and `b`: its new part holds a node with a
+/// child. `reader_version` 1 reads as the older program did, skipping the new part.
 struct growing : streamable {
-  static inline bool read_all = true;
+  static inline std::uint32_t reader_version = 2;
   std::uint32_t a = 0, b = 0;
+  std::unique_ptr<node> extra;
   growing() = default;
   explicit growing(streamable_init_t) {}
   struct Streamer {
+    static constexpr std::uint32_t version = 2;
     static void Write(opstream& os, const growing& g) {
       os.writeWord32(g.a);
       os.writeWord32(g.b);
+      writePtr(os, g.extra.get());
     }
     static void Read(ipstream& is, growing& g, std::uint32_t) {
       g.a = is.readWord32();
-      if (read_all) g.b = is.readWord32();
+      g.b = is.readWord32();
+      if (reader_version < 2) return;
+      node* extra = nullptr;
+      readPtr(is, extra);
+      g.extra.reset(extra);
     }
   };
 };

@@ -306,6 +306,8 @@ class KYO_EXPORT ipstream {
   streamable* read_object_record();
   streamable* read_new_object(bool scoped);
   bool read_record_header(std::string& name, std::uint32_t& version, std::uint32_t& length);
+  /// Skips items up to `end`, `depth` records deep, numbering the objects among them.
+  bool skip_items(std::uint64_t end, std::size_t depth);
   bool read_body(const stream_class& cls, streamable& obj, const std::string& name,
                  std::uint32_t version, std::uint32_t length);
   void finish_top_level() noexcept;
