@@ -15,6 +15,7 @@
 #include <kyo/core/object_stream.h>
 #include <kyo/core/string_array.h>
 #include <kyo/core/string_resources.h>
+#include <kyo/core/tree_stream.h>
 #include <kyo/core/version.h>
 
 // platform

@@ -78,7 +78,7 @@ int numeric_server::get_value(int, clock_tick, void*) const {
   return numeric_status::no_data;
 }
 
-bool numeric_server::is_self_or_ancestor_of(const numeric_server& s) const {
+bool numeric_server::would_loop(const numeric_server& s) const {
   for (const numeric_server* p = &s; p != nullptr; p = p->parent_) {
     if (p == this) return true;
   }
@@ -87,7 +87,7 @@ bool numeric_server::is_self_or_ancestor_of(const numeric_server& s) const {
 
 bool numeric_server::set_nmrc_parent(numeric_server* p) {
   if (p == parent_) return true;
-  if (p != nullptr && is_self_or_ancestor_of(*p)) return false;
+  if (p != nullptr && would_loop(*p)) return false;
   if (parent_ != nullptr) parent_->children_.remove(this);
   parent_ = p;
   if (p != nullptr) p->children_.insert(this);

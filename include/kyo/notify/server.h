@@ -12,6 +12,7 @@
 
 #include <kyo/core/child_list.h>
 #include <kyo/core/object_stream.h>
+#include <kyo/core/tree_stream.h>
 #include <kyo/kyoutils_export.h>
 
 namespace kyo {
@@ -152,18 +153,17 @@ class KYO_EXPORT server : public virtual streamable, protected virtual server_lo
 
  private:
   friend class detail::child_list<server>;
+  friend class detail::tree_reader<server>;
   friend class server_list;
 
-  // Where a server is in the reading of its own record: its parent pointer, its child
-  // list, or neither.
-  enum class read_phase : std::uint8_t { idle, parent, children };
+  [[nodiscard]] std::lock_guard<std::recursive_mutex> links_guard() const {
+    return std::lock_guard(lock());
+  }
 
   bool would_loop(const server& p) const;
   bool has_incoming() const;
   static std::unordered_set<const server*> reachable(const server& from, const server* to);
   static bool reaches(const server& from, const server& to);
-  bool accepts_child_while_reading() const;
-  bool take_read_parent(ipstream& is, server* p);
   void unlink_from_parent();
   void add_holder(server_list* list) const;
   void remove_holder(server_list* list) const;
@@ -180,7 +180,7 @@ class KYO_EXPORT server : public virtual streamable, protected virtual server_lo
   // destroyed without announcing it still leaves no dangling member behind.
   mutable std::vector<server_list*> holders_;
   // Only meaningful while a stream is being read.
-  read_phase phase_ = read_phase::idle;
+  detail::tree_read_phase phase_ = detail::tree_read_phase::idle;
 };
 
 }  // namespace kyo

@@ -12,6 +12,7 @@
 
 #include <kyo/core/child_list.h>
 #include <kyo/core/object_stream.h>
+#include <kyo/core/tree_stream.h>
 #include <kyo/kyoutils_export.h>
 #include <kyo/time/clock_tick.h>
 
@@ -172,13 +173,13 @@ class KYO_EXPORT numeric_server : public virtual streamable {
 
  private:
   friend class detail::child_list<numeric_server>;
-  // Where a server is in the reading of its own record.
-  enum class read_phase : std::uint8_t { idle, parent, children };
+  friend class detail::tree_reader<numeric_server>;
 
   void tell_clients(void (*f)(numeric_client&, void*), void* arg) const;
   static void tell_destroyed(numeric_client& c, void* arg);
-  [[nodiscard]] bool is_self_or_ancestor_of(const numeric_server& s) const;
-  bool take_read_parent(ipstream& is, numeric_server* p);
+  // Whether `p` as this server's parent would close a loop: it is this server or below it.
+  [[nodiscard]] bool would_loop(const numeric_server& p) const;
+  [[nodiscard]] static detail::no_links_guard links_guard() noexcept { return {}; }
 
   std::string name_;
   numeric_server* parent_ = nullptr;
@@ -194,7 +195,7 @@ class KYO_EXPORT numeric_server : public virtual streamable {
   // that leaves at or before a position moves that position back by one.
   mutable std::vector<std::ptrdiff_t*> cursors_;
   // Only meaningful while a stream is being read.
-  read_phase phase_ = read_phase::idle;
+  detail::tree_read_phase phase_ = detail::tree_read_phase::idle;
 };
 
 }  // namespace kyo
