@@ -49,3 +49,11 @@
 #include <kyo/numerics/numeric_server_list.h>
 #include <kyo/numerics/timedate_nmrc.h>
 #include <kyo/numerics/variable.h>
+
+// graphics
+#include <kyo/graphics/colour.h>
+#include <kyo/graphics/mm_converter.h>
+#include <kyo/graphics/recording_surface.h>
+#include <kyo/graphics/surface.h>
+#include <kyo/graphics/svg_surface.h>
+#include <kyo/graphics/viewport.h>

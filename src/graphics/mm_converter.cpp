@@ -1,0 +1,61 @@
+#include <kyo/graphics/mm_converter.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+
+#include <kyo/graphics/surface.h>
+
+namespace kyo {
+
+namespace {
+
+int saturate(long long v) {
+  if (v > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
+  if (v < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
+  return static_cast<int>(v);
+}
+
+// The whole number of device pixels that make one logical pixel: 2 for a 600-dot printer that
+// reports 300 logical pixels per inch.
+int device_factor(int resolution, int size_tenth_mm, int logical_ppi) {
+  if (size_tenth_mm <= 0 || logical_ppi <= 0) return 1;
+  const double physical_dpi = resolution * 254.0 / size_tenth_mm;
+  const double factor = std::floor(physical_dpi / logical_ppi + 0.5);
+  return factor >= 1 && factor <= std::numeric_limits<int>::max() ? static_cast<int>(factor) : 1;
+}
+
+}  // namespace
+
+int mul_div(int a, int b, int c) {
+  if (c == 0) return 0;
+  // |a b| < 2^62 and |c| <= 2^31: no step overflows.
+  const long long num = static_cast<long long>(a) * b;
+  const long long den = c;
+  const long long q = (std::llabs(num) + std::llabs(den) / 2) / std::llabs(den);
+  return saturate((num < 0) != (den < 0) ? -q : q);
+}
+
+mm_converter::mm_converter(const surface& s) {
+  const device_caps caps = s.caps();
+  size_x = saturate(caps.size_mm.cx * 10LL);
+  size_y = saturate(caps.size_mm.cy * 10LL);
+  const int rx =
+      caps.resolution.cx / device_factor(caps.resolution.cx, size_x, caps.logical_ppi.cx);
+  const int ry =
+      caps.resolution.cy / device_factor(caps.resolution.cy, size_y, caps.logical_ppi.cy);
+  const ipoint logical = s.dp_to_lp({rx, ry});
+  res_x = logical.x;
+  res_y = logical.y;
+}
+
+ipoint mm_converter::mm_to_pixel(int x, int y) const {
+  return {mul_div(x, res_x, size_x), mul_div(y, res_y, size_y)};
+}
+
+ipoint mm_converter::pixel_to_mm(int x, int y) const {
+  return {mul_div(x, size_x, res_x), mul_div(y, size_y, res_y)};
+}
+
+}  // namespace kyo
