@@ -1,5 +1,8 @@
 # Fails when a C++ file of the project differs from what clang-format makes of
 # it. Run with -DSOURCE_DIR=<source tree> -DCLANG_FORMAT=<program>.
+if(NOT CLANG_FORMAT)
+  message(FATAL_ERROR "clang-format was not found: install it (scripts/setup.sh does) to check the format")
+endif()
 set(files "")
 foreach(dir include src apps tests bench fuzz)
   file(GLOB_RECURSE found ${SOURCE_DIR}/${dir}/*.h ${SOURCE_DIR}/${dir}/*.cpp)

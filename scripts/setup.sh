@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  g++ cmake ninja-build pkg-config make
+  g++ clang cmake ninja-build pkg-config make
   libgtest-dev libgmock-dev googletest libbenchmark-dev libcli11-dev
   clang-format
   tzdata locales

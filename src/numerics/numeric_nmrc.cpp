@@ -30,7 +30,7 @@ constexpr int max_precision = 32;
 
 void set_label(char (&units)[4], const char* label) noexcept {
   std::memset(units, 0, sizeof units);
-  if (label != nullptr) std::strncpy(units, label, 3);
+  if (label != nullptr) std::memcpy(units, label, strnlen(label, 3));
 }
 
 int field_width(int width) noexcept {

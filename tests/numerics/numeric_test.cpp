@@ -42,9 +42,11 @@ numeric_nmrc::nmrc_data set_options(numeric& n, numeric_nmrc::nmrc_data d) {
 std::string made(const numeric_server& s, int index) {
   std::unique_ptr<numeric> n(make_numeric(s, index));
   if (n == nullptr) return "null";
-  std::string out = stream_registry::instance().find(typeid(*n))->name;
+  const numeric& made = *n;
+  std::string out = stream_registry::instance().find(typeid(made))->name;
   const std::unique_ptr<numeric> copy(n->clone());
-  if (typeid(*copy) != typeid(*n)) out += " (a clone of another class)";
+  const numeric& copied = *copy;
+  if (typeid(copied) != typeid(made)) out += " (a clone of another class)";
   if (auto* nn = dynamic_cast<const numeric_nmrc*>(n.get())) {
     numeric_nmrc::nmrc_data d;
     nn->get_nmrc_data(d);
