@@ -52,8 +52,13 @@
 
 // graphics
 #include <kyo/graphics/colour.h>
+#include <kyo/graphics/document.h>
+#include <kyo/graphics/library_file.h>
 #include <kyo/graphics/mm_converter.h>
+#include <kyo/graphics/mobile_shape.h>
+#include <kyo/graphics/mobile_shape_library.h>
 #include <kyo/graphics/recording_surface.h>
+#include <kyo/graphics/shape_component.h>
 #include <kyo/graphics/surface.h>
 #include <kyo/graphics/svg_surface.h>
 #include <kyo/graphics/viewport.h>
