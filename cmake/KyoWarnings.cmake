@@ -12,6 +12,15 @@ function(kyo_set_warnings target)
   endif()
 endfunction()
 
+if(KYO_BUILD_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "the fuzz targets need clang (CMAKE_CXX_COMPILER=clang++)")
+  endif()
+  # Coverage for the fuzzer in everything, the fuzzer's main only in the targets.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+  set(KYO_SANITIZE ON)
+endif()
+
 if(KYO_SANITIZE)
   # Applied globally so that the library, tests and tools agree on the runtime.
   add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer

@@ -2,7 +2,8 @@
 # Installs what is missing, then builds and runs the whole test suite three
 # times: the normal build (GCC, debug), the same under AddressSanitizer and
 # UndefinedBehaviorSanitizer, and an optimised build with clang. Warnings are
-# errors in all three.
+# errors in all three. Then every fuzz target runs for a short while
+# (KYO_FUZZ_SECONDS, default 20) from its seed corpus.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,4 +16,5 @@ for preset in default sanitize clang-release; do
   cmake --build --preset "$preset" -j "$jobs"
   ctest --preset "$preset" -j "$jobs"
 done
+bash fuzz/run "${KYO_FUZZ_SECONDS:-20}"
 echo "== all tests passed =="

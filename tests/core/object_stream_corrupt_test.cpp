@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <sstream>
 
 #include "core/object_stream_types.h"
@@ -128,30 +127,6 @@ TEST(object_stream_corrupt, hostile_counts_and_lengths_fail_before_allocating) {
     EXPECT_NE(result.error.find(r.error), std::string::npos) << result.error;
     EXPECT_EQ(result.orphans, 0);
   }
-}
-
-TEST(object_stream_corrupt, random_input_never_faults) {
-  std::mt19937 gen(20261121);
-  const std::string valid = sample_stream();
-  for (int i = 0; i < 3000; ++i) {
-    std::string data;
-    if (i % 2 == 0) {
-      std::uniform_int_distribution<int> len(0, 64), byte(0, 255);
-      data.resize(std::size_t(len(gen)));
-      for (char& c : data)
-        c = static_cast<char>(byte(gen));
-      if (!data.empty() && i % 4 == 0) data[0] = '\x02';
-    } else {
-      // A valid stream with a few random bytes overwritten.
-      data = valid;
-      std::uniform_int_distribution<std::size_t> at(0, data.size() - 1);
-      std::uniform_int_distribution<int> byte(0, 255);
-      for (int k = 0; k < 3; ++k)
-        data[at(gen)] = static_cast<char>(byte(gen));
-    }
-    read_node(data);
-  }
-  SUCCEED();
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 #include <cmath>
 #include <memory>
-#include <random>
 #include <string>
 #include <tuple>
 
@@ -116,26 +115,6 @@ TEST(numeric_config, bad_texts_set_the_fields_before_the_first_bad_one) {
   EXPECT_EQ(std::pair(td.get_flags(), td.get_decimals()), std::pair(3, 0));
   EXPECT_EQ(td.read_config("x"), 0);
   EXPECT_EQ(td.get_flags(), 3);
-}
-
-TEST(numeric_config, random_texts_never_take_more_fields_than_there_are) {
-  test_numeric_server s;
-  s.add_every_type();
-  std::mt19937 random(20240305);
-  const std::string alphabet = "0123456789,,,..--++eEnaifxX \t\xB0";
-  for (int i = 0; i < 3000; ++i) {
-    std::string text(random() % 40, ' ');
-    for (char& c : text)
-      c = alphabet[random() % alphabet.size()];
-    SCOPED_TRACE(text);
-    for (int type : {1, 2, 7, 8, 17}) {
-      std::unique_ptr<numeric> n(make_numeric(s, type + 1));
-      EXPECT_LE(n->read_config(text.c_str()), type == 1 ? 2 : type == 2 ? 1 : 5);
-      std::string out;
-      n->as_string(0, out, true);
-      EXPECT_LE(out.size(), 31u);
-    }
-  }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <random>
 #include <string>
 
 #include "support/scoped_env.h"
@@ -132,27 +131,6 @@ TEST(timedate_format, hostile_formats_and_values_are_harmless) {
   EXPECT_EQ(timedate(t).as_string(std::string(80, 'x')), std::string(79, 'x'));
   EXPECT_EQ(timedate(inf).as_string("%Y"), timedate(timedate::max_seconds).as_string("%Y"));
   EXPECT_EQ(timedate(-inf).time_str(3), timedate(-timedate::max_seconds).time_str(3));
-}
-
-// Random formats from the characters directives are made of, on ordinary and extreme values:
-// every text stays within the buffer, and text without directives is copied.
-TEST(timedate_format, random_formats_stay_bounded) {
-  static constexpr char alphabet[] = "%%%%YycmdDHhMSaNnswGLxq0123456789.-+ #*$'\xB0:/";
-  const double max = timedate::max_seconds, late = at(2026, 12, 31, 23, 59, 59.9996);
-  const double values[] = {0, -1.5, late, max, -max, inf, 1e300, nan, 4.9e-324};
-  std::mt19937 random(20261121);
-  std::uniform_int_distribution<std::size_t> pick(0, sizeof alphabet - 2);
-  std::uniform_int_distribution<int> length(0, 120);
-  for (int round = 0; round < 3000; ++round) {
-    std::string format;
-    for (int n = length(random); n > 0; --n)
-      format += alphabet[pick(random)];
-    const std::string text = timedate(values[round % std::size(values)]).as_string(format);
-    ASSERT_LE(text.size(), timedate::max_text) << format;
-    if (format.find('%') == std::string::npos) {
-      ASSERT_EQ(text, format.substr(0, timedate::max_text));
-    }
-  }
 }
 
 }  // namespace
