@@ -27,6 +27,7 @@ std::string reason(const std::error_code& ec) {
            "or a key starting with ';' or '[')";
   }
   if (ec == std::errc::value_too_large) return "the line would be too long";
+  if (ec.category() == profile_category()) return ec.message();
   return system_error_text(ec.value());
 }
 

@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -15,7 +15,10 @@
 #include <mutex>
 #include <unordered_map>
 
+#include <kyo/platform/local_time.h>
 #include <kyo/platform/path_map.h>
+
+#include "platform/profile_store.h"
 
 namespace kyo {
 
@@ -24,7 +27,8 @@ namespace {
 // Parsed form. The file is kept as its lines, byte for byte, so that a write
 // changes only the lines it must; the sections and keys index into them.
 
-enum class line_end : std::uint8_t { none, lf, crlf };
+// Files from older systems end their lines with a lone CR.
+enum class line_end : std::uint8_t { none, lf, crlf, cr };
 
 struct line {
   std::string text;  // without the line end
@@ -53,7 +57,7 @@ struct parsed_file {
 };
 
 bool is_blank(char c) {
-  return c == ' ' || c == '\t' || c == '\r';
+  return c == ' ' || c == '\t';
 }
 
 std::string_view trim(std::string_view s) {
@@ -84,16 +88,17 @@ std::vector<line> split_lines(std::string_view bytes) {
   std::vector<line> lines;
   std::size_t start = 0;
   while (start < bytes.size()) {
-    const std::size_t newline = bytes.find('\n', start);
-    if (newline == std::string_view::npos) {
+    const std::size_t brk = bytes.find_first_of("\r\n", start);
+    if (brk == std::string_view::npos) {
       lines.push_back({std::string(bytes.substr(start)), line_end::none});
       break;
     }
-    const bool cr = newline > start && bytes[newline - 1] == '\r';
-    const std::size_t text_end = cr ? newline - 1 : newline;
-    lines.push_back(
-        {std::string(bytes.substr(start, text_end - start)), cr ? line_end::crlf : line_end::lf});
-    start = newline + 1;
+    line_end end = line_end::lf;
+    if (bytes[brk] == '\r') {
+      end = brk + 1 < bytes.size() && bytes[brk + 1] == '\n' ? line_end::crlf : line_end::cr;
+    }
+    lines.push_back({std::string(bytes.substr(start, brk - start)), end});
+    start = brk + (end == line_end::crlf ? 2 : 1);
   }
   return lines;
 }
@@ -130,7 +135,6 @@ void index_lines(parsed_file& file) {
     const std::size_t eq = t.find('=');
     if (eq == std::string_view::npos) continue;
     const std::string_view key = trim(t.substr(0, eq));
-    if (key.empty()) continue;
     current->first_entry.emplace(lower(key), current->entries.size());
     current->entries.push_back({std::string(key), std::string(unquote(trim(t.substr(eq + 1)))), i});
   }
@@ -147,6 +151,7 @@ std::string serialize(const std::vector<line>& lines) {
     out += l.text;
     if (l.end == line_end::crlf) out += "\r\n";
     if (l.end == line_end::lf) out += '\n';
+    if (l.end == line_end::cr) out += '\r';
   }
   return out;
 }
@@ -178,19 +183,23 @@ file_identity identity_of(const struct stat& st) {
           static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1'000'000'000 + st.st_mtim.tv_nsec};
 }
 
+// The coarsest step of file time stamps in common use (FAT keeps even seconds).
+// Another write within one step of a reading may keep both size and time stamp.
+constexpr std::int64_t stamp_step_ns = 2'000'000'000;
+
 struct cached_file {
   std::string path;
   file_identity identity;
+  bool settled = false;  // read at least one stamp step after the file's time stamp
   std::shared_ptr<const parsed_file> parsed;
 };
 
 std::mutex profile_mutex;
 std::list<cached_file> cache;  // most recently used first
 
-void remember(const std::string& path, const file_identity& identity,
-              std::shared_ptr<const parsed_file> parsed) {
-  cache.remove_if([&](const cached_file& c) { return c.path == path; });
-  cache.push_front({path, identity, std::move(parsed)});
+void remember(cached_file entry) {
+  cache.remove_if([&](const cached_file& c) { return c.path == entry.path; });
+  cache.push_front(std::move(entry));
   while (cache.size() > profile_cache_files) {
     cache.pop_back();
   }
@@ -212,6 +221,10 @@ std::error_code errno_code(int e) {
 // Reads and parses `path`, or takes it from the cache when the file on disk is
 // still the one that was parsed. Called with profile_mutex held.
 load_result load(const std::string& path) {
+  // Taken before the file is looked at, so that it is never later than the reading.
+  const std::int64_t read_at_ns =
+      std::chrono::duration_cast<std::chrono::nanoseconds>(wall_clock_now().time_since_epoch())
+          .count();
   struct stat st;
   if (::stat(path.c_str(), &st) != 0) {
     const int e = errno;
@@ -221,7 +234,7 @@ load_result load(const std::string& path) {
   const file_identity identity = identity_of(st);
   for (auto it = cache.begin(); it != cache.end(); ++it) {
     if (it->path != path) continue;
-    if (it->identity == identity) {
+    if (it->settled && it->identity == identity) {
       cache.splice(cache.begin(), cache, it);
       return {cache.front().parsed, {}};
     }
@@ -229,17 +242,22 @@ load_result load(const std::string& path) {
     break;
   }
   if (S_ISDIR(st.st_mode)) return {nullptr, errno_code(EISDIR)};
-  if (!S_ISREG(st.st_mode)) return {nullptr, std::make_error_code(std::errc::invalid_argument)};
+  if (!S_ISREG(st.st_mode)) return {nullptr, profile_errc::not_a_regular_file};
   if (static_cast<std::uint64_t>(st.st_size) > profile_max_file_size) {
     return {nullptr, std::make_error_code(std::errc::file_too_large)};
   }
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Non-blocking, so that a pipe put in the file's place since stat cannot hang the call.
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) return {nullptr, errno_code(errno)};
   struct stat opened;
   if (::fstat(fd, &opened) != 0) {
     const int e = errno;
     ::close(fd);
     return {nullptr, errno_code(e)};
+  }
+  if (!S_ISREG(opened.st_mode)) {
+    ::close(fd);
+    return {nullptr, profile_errc::not_a_regular_file};
   }
   // Read to the end, but never more than one byte past the limit: a file that
   // grew since fstat is read whole or refused, never cut short.
@@ -271,7 +289,8 @@ load_result load(const std::string& path) {
   // Only a file whose size matches what was read is cached; one that changed
   // while being read is parsed again next time.
   if (static_cast<std::uint64_t>(opened.st_size) == got) {
-    remember(path, identity_of(opened), parsed);
+    const file_identity read = identity_of(opened);
+    remember({path, read, read_at_ns - read.mtime_ns >= stamp_step_ns, parsed});
   }
   return {parsed, {}};
 }
@@ -288,17 +307,12 @@ std::error_code check_names(std::string_view section, const std::string_view* ke
   if (has_line_break(section) || section.find(']') != std::string_view::npos) return invalid;
   if (key != nullptr) {
     const std::string_view k = trim(*key);
-    if (k.empty() || has_line_break(k) || k.find('=') != std::string_view::npos ||
-        k.front() == ';' || k.front() == '[') {
+    if (has_line_break(k) || k.find('=') != std::string_view::npos ||
+        (!k.empty() && (k.front() == ';' || k.front() == '['))) {
       return invalid;
     }
   }
   if (value != nullptr && has_line_break(*value)) return invalid;
-  if (section.size() + 2 > profile_max_line_length ||
-      (key != nullptr && value != nullptr &&
-       key->size() + value->size() + 1 > profile_max_line_length)) {
-    return std::make_error_code(std::errc::value_too_large);
-  }
   return {};
 }
 
@@ -308,66 +322,6 @@ std::string write_target(const std::string& path) {
   if (!std::filesystem::is_symlink(path, ec)) return path;
   const std::filesystem::path target = std::filesystem::weakly_canonical(path, ec);
   return ec ? path : target.string();
-}
-
-void close_and_remove(int fd, const std::string& path) {
-  ::close(fd);
-  ::unlink(path.c_str());
-}
-
-// Writes `bytes` to a new file beside `path` and renames it over `path`, so that a
-// crash leaves either the old file or the new one, never a mixture.
-std::error_code replace_file(const std::string& path, std::string_view bytes) {
-  const std::filesystem::path target(path);
-  const std::string folder =
-      target.has_parent_path() ? target.parent_path().string() : std::string(".");
-  static std::atomic<unsigned> counter{0};
-  struct stat old_st;
-  const bool had_file = ::stat(path.c_str(), &old_st) == 0;
-  int fd = -1;
-  std::string temp;
-  for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-    temp = folder + "/." + target.filename().string() + ".kyo-" + std::to_string(::getpid()) + "-" +
-           std::to_string(counter.fetch_add(1));
-    // 0666 lets the umask decide the mode of a new file, as for any file a program creates.
-    fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0 && errno != EEXIST) return errno_code(errno);
-  }
-  if (fd < 0) return errno_code(EEXIST);
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      const int e = n < 0 ? errno : EIO;
-      close_and_remove(fd, temp);
-      return errno_code(e);
-    }
-    done += static_cast<std::size_t>(n);
-  }
-  if (had_file) (void)::fchmod(fd, old_st.st_mode & 07777);
-  if (::fsync(fd) != 0) {
-    const int e = errno;
-    close_and_remove(fd, temp);
-    return errno_code(e);
-  }
-  if (::close(fd) != 0) {
-    const int e = errno;
-    ::unlink(temp.c_str());
-    return errno_code(e);
-  }
-  if (::rename(temp.c_str(), path.c_str()) != 0) {
-    const int e = errno;
-    ::unlink(temp.c_str());
-    return errno_code(e);
-  }
-  // Make the rename itself durable; a failure here leaves a correct file behind.
-  const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (dir >= 0) {
-    (void)::fsync(dir);
-    ::close(dir);
-  }
-  return {};
 }
 
 enum class edit_kind { set_value, erase_key, erase_section };
@@ -385,33 +339,63 @@ void end_last_line(parsed_file& file) {
   }
 }
 
-// Applies `e` to the lines of `file`; false when nothing changes.
-bool apply(parsed_file& file, const edit& e) {
+// Removes the marked lines in one pass: files with many duplicates stay quick.
+bool drop_lines(std::vector<line>& lines, const std::vector<bool>& doomed) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (doomed[i]) continue;
+    if (kept != i) lines[kept] = std::move(lines[i]);
+    ++kept;
+  }
+  const bool changed = kept != lines.size();
+  lines.resize(kept);
+  return changed;
+}
+
+// A line the reader would skip as too long would lose its key.
+std::error_code check_length(const std::string& text) {
+  return text.size() > profile_max_line_length ? std::make_error_code(std::errc::value_too_large)
+                                               : std::error_code();
+}
+
+// Applies `e` to the lines of `file`; `changed` says whether any line changed.
+std::error_code apply(parsed_file& file, const edit& e, bool& changed) {
   const std::string section_name(trim(e.section));
   const std::string key(trim(e.key));
   const section_index* s = find_section(file, section_name);
+  std::vector<bool> doomed;
   switch (e.kind) {
     case edit_kind::set_value: {
+      std::string entry = key + "=" + std::string(e.value);
       if (s == nullptr) {
+        std::string header = "[" + section_name + "]";
+        if (const std::error_code ec = check_length(header)) return ec;
+        if (const std::error_code ec = check_length(entry)) return ec;
         end_last_line(file);
         if (!file.lines.empty() && !trim(file.lines.back().text).empty()) {
           file.lines.push_back({"", file.style});
         }
-        file.lines.push_back({"[" + section_name + "]", file.style});
-        file.lines.push_back({key + "=" + std::string(e.value), file.style});
-        return true;
+        file.lines.push_back({std::move(header), file.style});
+        file.lines.push_back({std::move(entry), file.style});
+        changed = true;
+        return {};
       }
       if (const key_entry* found = find_entry(*s, key)) {
         std::string& text = file.lines[found->line].text;
-        // Keep the key as spelt in the file and the blanks around '='.
+        // Keep the key as spelt in the file and the blanks after '=', unless the
+        // value brings blanks of its own: writing it again gives the same line.
         std::size_t keep = text.find('=') + 1;
-        while (keep < text.size() && (text[keep] == ' ' || text[keep] == '\t'))
-          ++keep;
+        if (e.value.empty() || !is_blank(e.value.front())) {
+          while (keep < text.size() && is_blank(text[keep]))
+            ++keep;
+        }
         std::string updated = text.substr(0, keep) + std::string(e.value);
-        if (updated == text) return false;
+        if (const std::error_code ec = check_length(updated)) return ec;
+        changed = updated != text;
         text = std::move(updated);
-        return true;
+        return {};
       }
+      if (const std::error_code ec = check_length(entry)) return ec;
       // After the section's last non-blank line, so blank lines before the next
       // section stay where they are.
       std::size_t at = s->header + 1;
@@ -420,34 +404,32 @@ bool apply(parsed_file& file, const edit& e) {
       }
       if (file.lines[at - 1].end == line_end::none) file.lines[at - 1].end = file.style;
       file.lines.insert(file.lines.begin() + static_cast<std::ptrdiff_t>(at),
-                        {key + "=" + std::string(e.value), file.style});
-      return true;
+                        {std::move(entry), file.style});
+      changed = true;
+      return {};
     }
     case edit_kind::erase_key: {
-      if (s == nullptr) return false;
+      if (s == nullptr) return {};
       const std::string wanted = lower(key);
-      std::vector<std::size_t> doomed;
+      doomed.assign(file.lines.size(), false);
       for (const key_entry& en : s->entries) {
-        if (lower(en.key) == wanted) doomed.push_back(en.line);
+        if (lower(en.key) == wanted) doomed[en.line] = true;
       }
-      for (auto it = doomed.rbegin(); it != doomed.rend(); ++it) {
-        file.lines.erase(file.lines.begin() + static_cast<std::ptrdiff_t>(*it));
-      }
-      return !doomed.empty();
+      break;
     }
     case edit_kind::erase_section: {
       const std::string wanted = lower(section_name);
-      bool changed = false;
-      for (auto it = file.sections.rbegin(); it != file.sections.rend(); ++it) {
-        if (lower(it->name) != wanted) continue;
-        file.lines.erase(file.lines.begin() + static_cast<std::ptrdiff_t>(it->header),
-                         file.lines.begin() + static_cast<std::ptrdiff_t>(it->end));
-        changed = true;
+      doomed.assign(file.lines.size(), false);
+      for (const section_index& other : file.sections) {
+        if (lower(other.name) != wanted) continue;
+        std::fill(doomed.begin() + static_cast<std::ptrdiff_t>(other.header),
+                  doomed.begin() + static_cast<std::ptrdiff_t>(other.end), true);
       }
-      return changed;
+      break;
     }
   }
-  return false;
+  changed = drop_lines(file.lines, doomed);
+  return {};
 }
 
 std::error_code modify(std::string_view dos_file, const edit& e) {
@@ -458,26 +440,22 @@ std::error_code modify(std::string_view dos_file, const edit& e) {
   std::lock_guard lock(profile_mutex);
   const std::string path = write_target(native_path(dos_file));
   const load_result current = load(path);
-  parsed_file updated;
-  if (current.parsed) {
-    updated = *current.parsed;
-  } else if (current.error != std::errc::no_such_file_or_directory) {
-    // Never rewrite what could not be read: its contents would be lost.
+  // Never rewrite what could not be read: its contents would be lost.
+  if (!current.parsed && current.error != std::errc::no_such_file_or_directory) {
     return current.error;
   }
-  if (!apply(updated, e)) return {};
+  parsed_file updated = current.parsed ? *current.parsed : parsed_file{};
+  bool changed = false;
+  if (const std::error_code refused = apply(updated, e, changed)) return refused;
+  if (!changed) return {};
   const std::string bytes = serialize(updated.lines);
   if (bytes.size() > profile_max_file_size) return std::make_error_code(std::errc::file_too_large);
-  if (const std::error_code failed = replace_file(path, bytes)) {
-    forget(path);
-    return failed;
-  }
-  struct stat st;
-  if (::stat(path.c_str(), &st) == 0) {
-    index_lines(updated);
-    remember(path, identity_of(st), std::make_shared<const parsed_file>(std::move(updated)));
-  }
-  return {};
+  std::optional<std::string> old_bytes;
+  if (current.parsed) old_bytes = serialize(current.parsed->lines);
+  // The next read parses the file again: another program may write it within
+  // the same time stamp step.
+  forget(path);
+  return profile_store::store(path, old_bytes, bytes);
 }
 
 // Reading helpers shared by both faces.
@@ -525,6 +503,8 @@ std::size_t copy_list(const std::vector<std::string_view>& names, char* buffer, 
   for (std::string_view name : names) {
     const std::size_t nul = name.find('\0');
     if (nul != std::string_view::npos) name = name.substr(0, nul);
+    // An empty name would read as the end of the list.
+    if (name.empty()) continue;
     if (at + name.size() + 2 > size) {
       const std::size_t room = at + 2 <= size ? size - 2 - at : 0;
       std::memcpy(buffer + at, name.data(), std::min(room, name.size()));
@@ -686,6 +666,21 @@ std::error_code profile_erase_key(std::string_view file, std::string_view sectio
 
 std::error_code profile_erase_section(std::string_view file, std::string_view section) {
   return modify(file, {edit_kind::erase_section, section, {}, {}});
+}
+
+const std::error_category& profile_category() {
+  class category final : public std::error_category {
+   public:
+    const char* name() const noexcept override { return "kyo profile"; }
+    std::string message(int code) const override {
+      if (code == static_cast<int>(profile_errc::not_a_regular_file)) {
+        return "not a regular file (a device, a pipe or a socket)";
+      }
+      return "unknown profile error";
+    }
+  };
+  static const category instance;
+  return instance;
 }
 
 void profile_flush_cache() {

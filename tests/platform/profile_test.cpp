@@ -1,18 +1,20 @@
 #include <kyo/platform/profile.h>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
-#include <string>
+#include <sstream>
 #include <thread>
-#include <vector>
 
-#include <kyo/platform/path_map.h>
-
+#include "support/fake_clock.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
+#include "support/unprivileged.h"
 
 namespace {
 
@@ -21,43 +23,31 @@ using namespace std::string_literals;
 
 class profile_test : public testing::Test {
  protected:
-  std::string file(const char* name = "kyo.ini") { return dir_.file(name); }
+  std::string file(std::string_view name = "kyo.ini") { return dir_.file(name); }
 
   // get_private_profile_string into a 100-character buffer, as the library's callers read.
   std::string get(const char* section, const char* key, const char* fallback,
-                  const char* name = "kyo.ini") {
+                  std::string_view name = "kyo.ini") {
     char buffer[100];
-    const std::string path = file(name);
-    const std::size_t n = kyo::get_private_profile_string(section, key, fallback, buffer,
-                                                          sizeof buffer, path.c_str());
-    EXPECT_EQ(n, std::strlen(buffer));
-    return std::string(buffer, n);
-  }
-
-  bool write(const char* section, const char* key, const char* value,
-             const char* name = "kyo.ini") {
-    return kyo::write_private_profile_string(section, key, value, file(name).c_str());
+    return std::string(buffer, kyo::get_private_profile_string(section, key, fallback, buffer,
+                                                               sizeof buffer, file(name).c_str()));
   }
 
   kyo::test::temp_dir dir_;
 };
 
-const std::string sample =
-    "; survey settings\r\norphan=before any section\r\n[Custom]\r\n"
-    "  OutputNmrcsCount = 2,Line,44 \t\r\nQuoted=\" padded \"\r\nSingle='x'\r\nMismatched=\"x'\r\n"
-    "Empty=\r\ndup=first\r\nDUP=second\r\nno equals sign here\r\n=no key\r\n[custom]\r\n"
-    "Later=in the second section of that name\r\n[ Spaced ]\r\nkey=v\r\n";
-
-TEST_F(profile_test, reads_values_by_the_classic_rules) {
-  dir_.write("kyo.ini", sample);
-  struct row {
-    const char* name;
-    const char* section;
-    const char* key;
-    const char* fallback;
-    std::string expected;
-  };
-  const row rows[] = {
+TEST_F(profile_test, reads_values_and_integers_by_the_classic_rules) {
+  const std::string huge(kyo::profile_max_line_length + 1, 'k');
+  dir_.write("kyo.ini",
+             "; survey settings\r\norphan=before any section\r\n[Custom]\r\n"
+             "  OutputNmrcsCount = 2,Line,44 \t\r\nQuoted=\" padded \"\r\nSingle='x'\r\n"
+             "Mismatched=\"x'\r\nEmpty=\r\ndup=first\r\nDUP=second\r\nno equals sign here\r\n"
+             "=no name\r\n[custom]\r\nLater=in the second section of that name\r\n[CR]\rk=cr\r\r\n"
+             "[N]\nplain=42\nblanks=  -17\nplus=+8\nhex=0x1F\nHEX=0X1f\nneghex=-0x10\n"
+             "trailing=12abc\nletters=abc\nempty=\nquoted='7'\nwrap=4294967295\nbig=99999999999\n"
+             "min=2147483648\nbare=0x\n[ Spaced ]\r\nkey=v\r\n\x01\xff=junk\0tail\r\n"s +
+                 huge + "=1\r\n[" + huge + "]\r\nlate=1\r\n");
+  const std::tuple<const char*, const char*, const char*, const char*, std::string> rows[] = {
       {"names ignore case, blanks are trimmed", "CUSTOM", "outputnmrcscount", "d", "2,Line,44"},
       {"double quotes go, inner blanks stay", "Custom", "Quoted", "d", " padded "},
       {"single quotes go", "Custom", "single", "d", "x"},
@@ -67,238 +57,247 @@ TEST_F(profile_test, reads_values_by_the_classic_rules) {
       {"second section of the same name is not read", "Custom", "Later", "d", "d"},
       {"blanks inside brackets are trimmed", "spaced", "KEY", "d", "v"},
       {"line without '=' is no key", "Custom", "no equals sign here", "d", "d"},
+      {"'=value' is a key with an empty name", "Custom", "", "d", "no name"},
       {"key before any section is unreachable", "", "orphan", "d", "d"},
       {"missing key gives the default without trailing spaces", "Custom", "missing", " x  ", " x"},
       {"default of blanks only becomes empty", "Custom", "missing", " ", ""},
       {"null default is empty", "Custom", "missing", nullptr, ""},
       {"missing section gives the default", "Nowhere", "key", "0,,32", "0,,32"},
+      {"a value ends at a NUL for C callers", "Spaced", "\x01\xff", "d", "junk"},
+      {"an over-long line is no key", "Spaced", huge.c_str(), "d", "d"},
+      {"an over-long header is no section", "Spaced", "late", "d", "1"},
+      {"a lone CR ends a line", "cr", "K", "d", "cr"},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.name);
-    EXPECT_EQ(get(r.section, r.key, r.fallback), r.expected);
+  for (const auto& [name, section, key, fallback, expected] : rows) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(get(section, key, fallback), expected);
   }
-  EXPECT_EQ(get("Custom", "key", "0,,32", "missing.ini"), "0,,32");
-  EXPECT_EQ(kyo::profile_read(file(), "custom", "DUP"), "first");
-  EXPECT_EQ(kyo::profile_read(file(), "custom", "absent"), std::nullopt);
-  EXPECT_EQ(kyo::profile_sections(file()), (std::vector<std::string>{"Custom", "Spaced"}));
-  std::string entries;
-  for (const auto& [key, value] : kyo::profile_entries(file(), "CUSTOM"))
-    entries += key + "=" + value + ";";
-  EXPECT_EQ(
-      entries,
-      "OutputNmrcsCount=2,Line,44;Quoted= padded ;Single=x;Mismatched=\"x';Empty=;dup=first;");
-}
-
-TEST_F(profile_test, buffers_keep_size_minus_one_and_lists_end_in_two_nuls) {
-  dir_.write("kyo.ini", "[One]\nvalue=abcdefghij\n[Two]\nk=1\n[one]\nk=2\n");
-  const std::string path = file();
-  struct row {
-    const char* name;
-    const char* section;
-    const char* key;
-    std::size_t size;
-    std::size_t result;
-    std::string bytes;  // the buffer from its start, NULs included
-  };
-  const row rows[] = {
-      {"value fits exactly", "One", "value", 11, 10, "abcdefghij\0"s},
-      {"value one too long", "One", "value", 10, 9, "abcdefghi\0"s},
-      {"one-byte buffer", "One", "value", 1, 0, "\0"s},
-      {"section names, once each", nullptr, "ignored", 20, 8, "One\0Two\0\0"s},
-      {"names cut at the last one", nullptr, nullptr, 7, 5, "One\0T\0\0"s},
-      {"names with no room for the second", nullptr, nullptr, 6, 4, "One\0\0\0"s},
-      {"key names", "two", nullptr, 20, 2, "k\0\0"s},
-      {"keys of a missing section", "Three", nullptr, 20, 0, "\0\0"s},
-  };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.name);
-    std::string buffer(32, '#');
-    EXPECT_EQ(kyo::get_private_profile_string(r.section, r.key, "default", buffer.data(), r.size,
-                                              path.c_str()),
-              r.result);
-    EXPECT_EQ(buffer.substr(0, r.bytes.size()), r.bytes);
-    EXPECT_EQ(buffer[r.size], '#') << "wrote past the buffer";
-  }
-  char untouched = '#';
-  EXPECT_EQ(kyo::get_private_profile_string("One", "value", "", &untouched, 0, path.c_str()), 0u);
-  EXPECT_EQ(untouched, '#');
-}
-
-TEST_F(profile_test, reads_integers_like_the_classic_call) {
-  dir_.write("kyo.ini",
-             "[N]\nplain=42\nblanks=  -17\nplus=+8\nhex=0x1F\nHEX=0X1f\nneghex=-0x10\n"
-             "trailing=12abc\nletters=abc\nempty=\nquoted='7'\nwrap=4294967295\n"
-             "big=99999999999\nmin=2147483648\nbare=0x\n");
-  struct row {
-    const char* key;
-    int expected;
-  };
-  const row rows[] = {
+  const std::pair<const char*, int> numbers[] = {
       {"plain", 42},       {"blanks", -17},          {"plus", 8},      {"hex", 31},
       {"HEX", 31},         {"neghex", -16},          {"trailing", 12}, {"letters", 0},
       {"empty", 99},       {"missing", 99},          {"quoted", 7},    {"wrap", -1},
       {"big", 1215752191}, {"min", -2147483647 - 1}, {"bare", 0},
   };
-  for (const row& r : rows) {
-    SCOPED_TRACE(r.key);
-    EXPECT_EQ(kyo::get_private_profile_int("N", r.key, 99, file().c_str()), r.expected);
+  for (const auto& [key, expected] : numbers) {
+    SCOPED_TRACE(key);
+    EXPECT_EQ(kyo::get_private_profile_int("N", key, 99, file().c_str()), expected);
   }
-  EXPECT_EQ(kyo::get_private_profile_int("N", "plain", 5, file("none.ini").c_str()), 5);
+  EXPECT_EQ(kyo::profile_sections(file()),
+            (std::vector<std::string>{"Custom", "CR", "N", "Spaced"}));
+  std::string entries;
+  for (const auto& [key, value] : kyo::profile_entries(file(), "CUSTOM"))
+    entries += key + "=" + value + ";";
+  EXPECT_EQ(entries,
+            "OutputNmrcsCount=2,Line,44;Quoted= padded ;Single=x;Mismatched=\"x';Empty=;dup=first;"
+            "=no name;");
 }
 
-TEST_F(profile_test, writes_change_only_their_lines_in_the_file_style) {
-  dir_.write("kyo.ini",
-             "; job settings\r\n\r\n[ProjectInfo]\r\nCompany = Acme\r\n  odd line, kept\r\n"
-             "Client=Old\r\n\r\n[Other]\r\nx=1\r\n");
-  EXPECT_EQ(get("ProjectInfo", "Client", ""), "Old");
-  EXPECT_TRUE(write("projectinfo", "CLIENT", "New Client"));
-  EXPECT_TRUE(write("ProjectInfo", "Company", "Acme Ltd"));
-  EXPECT_TRUE(write("ProjectInfo", "Vessel", "Surveyor 2"));
-  EXPECT_TRUE(write("Added", "a", "1"));
-  EXPECT_EQ(
-      dir_.read("kyo.ini"),
-      "; job settings\r\n\r\n[ProjectInfo]\r\nCompany = Acme Ltd\r\n  odd line, kept\r\n"
-      "Client=New Client\r\nVessel=Surveyor 2\r\n\r\n[Other]\r\nx=1\r\n\r\n[Added]\r\na=1\r\n");
-  EXPECT_EQ(get("ProjectInfo", "Client", ""), "New Client") << "the write replaced the cache";
-
-  dir_.write("lf.ini", "[A]\nx=1");  // no newline at the end
-  EXPECT_TRUE(write("A", "y", "2", "lf.ini"));
-  EXPECT_TRUE(write("B", "z", "3", "lf.ini"));
-  EXPECT_EQ(dir_.read("lf.ini"), "[A]\nx=1\ny=2\n\n[B]\nz=3\n");
-
-  EXPECT_TRUE(write("S", "k", "v", "new.ini"));
-  EXPECT_TRUE(write("S", "k", "v", "new.ini")) << "rewriting the same value";
-  EXPECT_EQ(dir_.read("new.ini"), "[S]\r\nk=v\r\n");
-}
-
-TEST_F(profile_test, null_value_deletes_a_key_and_null_key_a_section) {
-  const std::string before =
-      "[A]\nk=1\nother=2\nK=3\n[B]\nk=4\n; about A again\n[a]\nk=5\n\n[C]\nc=6\n";
-  dir_.write("kyo.ini", before);
-  EXPECT_TRUE(write("A", "missing", nullptr));
-  EXPECT_TRUE(write("Missing", nullptr, nullptr));
-  EXPECT_EQ(dir_.read("kyo.ini"), before) << "deleting nothing leaves the file alone";
-  EXPECT_TRUE(write("a", "K", nullptr));
-  EXPECT_EQ(dir_.read("kyo.ini"),
-            "[A]\nother=2\n[B]\nk=4\n; about A again\n[a]\nk=5\n\n[C]\nc=6\n");
-  EXPECT_EQ(get("A", "k", "gone"), "gone") << "later sections of the name are not read";
-  EXPECT_TRUE(write("A", nullptr, nullptr));
-  EXPECT_EQ(dir_.read("kyo.ini"), "[B]\nk=4\n; about A again\n[C]\nc=6\n");
-}
-
-TEST_F(profile_test, refuses_names_and_values_that_would_break_the_file) {
-  const std::string before = "[A]\nk=1\n";
-  dir_.write("kyo.ini", before);
-  // A line break in a value, '=' in a key, ']' in a section, an empty key, a key that would read
-  // as a comment, a null section.
-  const char* const rows[][3] = {{"A", "k", "1\r\n[B]"}, {"A", "a=b", "1"}, {"A]", "k", "1"},
-                                 {"A", "  ", "1"},       {"A", ";k", "1"},  {nullptr, "k", "1"}};
-  for (const auto& [section, key, value] : rows) {
-    SCOPED_TRACE(std::string(section != nullptr ? section : "null") + "/" + key + "/" + value);
-    EXPECT_FALSE(write(section, key, value));
+TEST_F(profile_test, buffers_keep_size_minus_one_and_lists_end_in_two_nuls) {
+  dir_.write("kyo.ini", "[One]\nvalue=abcdefghij\n[Two]\n=empty name\nk=1\n[one]\nk=2\n");
+  // name, section, key, buffer size, result, the buffer from its start with its NULs
+  const std::tuple<const char*, const char*, const char*, std::size_t, std::size_t, std::string>
+      rows[] = {
+          {"value fits exactly", "One", "value", 11, 10, "abcdefghij\0"s},
+          {"value one too long", "One", "value", 10, 9, "abcdefghi\0"s},
+          {"one-byte buffer", "One", "value", 1, 0, "\0"s},
+          {"section names, once each", nullptr, "ignored", 20, 8, "One\0Two\0\0"s},
+          {"names cut at the last one", nullptr, nullptr, 7, 5, "One\0T\0\0"s},
+          {"names with no room for the second", nullptr, nullptr, 6, 4, "One\0\0\0"s},
+          {"key names, the empty one left out", "two", nullptr, 20, 2, "k\0\0"s},
+          {"keys of a missing section", "Three", nullptr, 20, 0, "\0\0"s},
+          {"a size of 0 writes nothing", "One", "value", 0, 0, ""},
+      };
+  for (const auto& [name, section, key, size, result, bytes] : rows) {
+    SCOPED_TRACE(name);
+    std::string buffer(32, '#');
+    EXPECT_EQ(kyo::get_private_profile_string(section, key, "default", buffer.data(), size,
+                                              file().c_str()),
+              result);
+    EXPECT_EQ(buffer.substr(0, bytes.size()), bytes);
+    EXPECT_EQ(buffer[size], '#') << "wrote past the buffer";
   }
-  EXPECT_EQ(dir_.read("kyo.ini"), before);
+}
+
+TEST_F(profile_test, writes_change_only_their_lines_and_refuse_what_would_not_read_back) {
+  const std::string at_limit(kyo::profile_max_line_length - 2, 'v');  // with "k=", the limit
+  const std::string blank_key = "[A]\nk" + std::string(40000, ' ') + "=old\n";
+  const std::string odd = "[A]\r\n\x01=\0\r"s + std::string(at_limit.size() + 3, 'k') + "\r\n";
+  std::string many = "[A]\n", kept = "[A]\n";  // a deletion that is quadratic takes hours here
+  for (int i = 0; i < 200000; ++i)
+    many += "k=1\nx=2\n", kept += "x=2\n";
+  // name, file before (none: missing), writes "section|key|value" joined by ',' with "~" for
+  // null and '!' before a refused one, file after
+  const std::tuple<const char*, std::optional<std::string>, std::string, std::string> rows[] = {
+      {"set keeps spelling and blanks; adds go after the last non-blank line",
+       "; job\r\n\r\n[Info]\r\nCompany = Acme\r\n  odd line\r\nClient=Old\r\n\r\n[B]\r\n",
+       "info|CLIENT|New,Info|Company|Ltd,Info|Vessel|Surveyor 2,Added|a|1",
+       "; job\r\n\r\n[Info]\r\nCompany = Ltd\r\n  odd line\r\nClient=New\r\nVessel=Surveyor 2\r\n"
+       "\r\n[B]\r\n\r\n[Added]\r\na=1\r\n"},
+      {"LF file without a last line break; a value's own blanks and an empty key stay as written",
+       "[A]\nk = old\n=e\nx=1", "A|k|  v,A|k|  v,A| |new,B|z|3",
+       "[A]\nk =  v\n=new\nx=1\n\n[B]\nz=3\n"},
+      {"odd bytes, lone CRs and over-long lines are kept", odd, "A|k|1", odd + "k=1\r\n"},
+      {"lone CR file", "[A]\rx=1\r[B]\ry=2", "A|x|9,a|n|1,C|c|3",
+       "[A]\rx=9\rn=1\r[B]\ry=2\r\r[C]\rc=3\r"},
+      {"new file in CR LF, same value twice", std::nullopt, "S|k|v,S|k|v", "[S]\r\nk=v\r\n"},
+      {"null value deletes a key in the first section, null key every section of the name",
+       "[A]\nk=1\nx=2\nK=3\n[B]\nk=4\n[a]\nk=5\n[b]\n\n[C]\n", "A|k|~,b|~|~,A|no|~,no|~|~",
+       "[A]\nx=2\n[a]\nk=5\n[C]\n"},
+      {"deleting a key with many duplicates", many, "a|K|~", kept},
+      {"names that would break the file", "[A]\nk=1\n",
+       "!A|k|1\r\n[B],!A|k|1\r,!A|a=b|1,!A]|k|1,!A|;k|1,!A|[k|1,!~|k|1", "[A]\nk=1\n"},
+      {"the line limit counts the blanks of the key in the file", blank_key,
+       "!A|k|" + std::string(30000, 'v'), blank_key},
+      {"a line at the limit is written, one longer is refused", "[A]\n",
+       "A|k|" + at_limit + ",!A|k2|" + at_limit + ",!" + std::string(at_limit.size() + 1, 'S') +
+           "|k|1",
+       "[A]\nk=" + at_limit + "\n"},
+  };
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    const auto& [row, before, ops, after] = rows[i];
+    SCOPED_TRACE(row);
+    const std::string name = std::to_string(i);
+    if (before) dir_.write(name, *before);
+    std::istringstream list(ops);
+    for (std::string op; std::getline(list, op, ',');) {
+      const bool ok = op.front() != '!';
+      std::istringstream fields(op.substr(!ok));
+      std::string arg[3];
+      for (std::string& a : arg)
+        std::getline(fields, a, '|');
+      const auto c = [](const std::string& a) { return a == "~" ? nullptr : a.c_str(); };
+      EXPECT_EQ(
+          kyo::write_private_profile_string(c(arg[0]), c(arg[1]), c(arg[2]), file(name).c_str()),
+          ok);
+      if (!ok || arg[2] == "~") continue;
+      EXPECT_EQ(kyo::profile_read(file(name), arg[0], arg[1]),
+                arg[2].substr(arg[2].find_first_not_of(' ')));
+    }
+    EXPECT_EQ(dir_.read(name), after);
+  }
   EXPECT_FALSE(kyo::write_private_profile_string("A", "k", "1", nullptr));
 }
 
-TEST_F(profile_test, rereads_a_file_only_when_it_changes_on_disk) {
-  dir_.write("kyo.ini", "[A]\nk=old\n");
-  EXPECT_EQ(get("A", "k", ""), "old");
-  const fs::file_time_type stamp = fs::last_write_time(dir_.path("kyo.ini"));
-
-  // Same inode, size and time: the cached parse stands.
-  {
-    std::FILE* f = std::fopen(file().c_str(), "r+b");
-    ASSERT_NE(f, nullptr);
-    std::fputs("[A]\nk=new\n", f);
-    std::fclose(f);
+TEST_F(profile_test, the_cache_trusts_a_parse_only_once_the_time_stamp_has_settled) {
+  const kyo::test::scoped_env zone("TZ", "Europe/London");
+  const auto stamp = kyo::test::fake_wall_clock::utc(2024, 3, 31, 1, 0, 0);  // clocks go forward
+  kyo::test::fake_wall_clock clock(stamp);
+  const auto rewrite = [&](const std::string& name, const char* bytes, int stamp_s) {
+    dir_.write(name, bytes);
+    fs::last_write_time(dir_.path(name),
+                        fs::file_time_type::clock::from_sys(stamp + std::chrono::seconds(stamp_s)));
+  };
+  // Read `after_s` seconds after the file's stamp, then rewritten with the same size and
+  // stamp, as a file system with coarse stamps shows a second write within one step.
+  for (const auto& [after_s, expected] : {std::pair{1, "new"}, {-60, "new"}, {2, "old"}}) {
+    const std::string name = std::to_string(after_s);
+    rewrite(name, "[A]\nk=old\n", 0);
+    clock.set(stamp + std::chrono::seconds(after_s));
+    EXPECT_EQ(get("A", "k", "", name), "old");
+    rewrite(name, "[A]\nk=new\n", 0);
+    EXPECT_EQ(get("A", "k", "", name), expected) << after_s;
   }
-  fs::last_write_time(dir_.path("kyo.ini"), stamp);
-  EXPECT_EQ(get("A", "k", ""), "old");
-
-  fs::last_write_time(dir_.path("kyo.ini"), stamp + std::chrono::seconds(1));
-  EXPECT_EQ(get("A", "k", ""), "new");
-
-  // A replaced file is noticed by its inode even with the old time stamp.
-  dir_.write("other.ini", "[A]\nk=rep\n");
-  fs::last_write_time(dir_.path("other.ini"), stamp + std::chrono::seconds(1));
-  fs::rename(dir_.path("other.ini"), dir_.path("kyo.ini"));
-  EXPECT_EQ(get("A", "k", ""), "rep");
-
-  fs::remove(dir_.path("kyo.ini"));
-  EXPECT_EQ(get("A", "k", "gone"), "gone");
+  clock.set(stamp + std::chrono::hours(1));
+  rewrite("2", "[A]\nk=new\n", 1);
+  EXPECT_EQ(get("A", "k", "", "2"), "new") << "a later stamp is seen";
 }
 
-TEST_F(profile_test, odd_bytes_and_enormous_lines_are_kept_and_bounded) {
-  const std::string huge_key(kyo::profile_max_line_length + 10, 'k');
-  const std::string junk = "\x01\xff\xfe=junk\0tail"s;
-  const std::string before = "[A]\r\n" + junk + "\r\n" + huge_key + "=1\r\nkey=ok\r\n[" +
-                             std::string(100000, 'S') + "]\r\nlate=1";
-  dir_.write("kyo.ini", before);
-  EXPECT_EQ(get("A", "key", ""), "ok");
-  EXPECT_EQ(get("A", huge_key.c_str(), "skipped"), "skipped");
-  EXPECT_EQ(get("A", "late", "none"), "1") << "an over-long header is no section";
-  EXPECT_EQ(get("A", "\x01\xff\xfe", ""), "junk") << "a value ends at its NUL for C callers";
-
-  EXPECT_TRUE(write("A", "added", "2"));
-  EXPECT_EQ(dir_.read("kyo.ini"), before + "\r\nadded=2\r\n");
-  EXPECT_FALSE(write("A", "long", std::string(kyo::profile_max_line_length, 'v').c_str()));
-}
-
-TEST_F(profile_test, unreadable_files_give_defaults_and_are_never_rewritten) {
+TEST_F(profile_test, what_is_not_a_readable_file_gives_defaults_and_is_never_written) {
   fs::create_directory(dir_.path("folder.ini"));
-  EXPECT_EQ(get("A", "k", "d", "folder.ini"), "d");
-  EXPECT_EQ(kyo::profile_status(file("folder.ini")), std::errc::is_a_directory);
-  EXPECT_FALSE(write("A", "k", "1", "folder.ini"));
-
-  const std::string big = "[A]\nk=1\n" + std::string(kyo::profile_max_file_size, ';');
-  dir_.write("big.ini", big);
-  EXPECT_EQ(get("A", "k", "d", "big.ini"), "d");
-  EXPECT_EQ(kyo::profile_status(file("big.ini")), std::errc::file_too_large);
-  EXPECT_FALSE(write("A", "k", "2", "big.ini"));
-  EXPECT_EQ(fs::file_size(dir_.path("big.ini")), big.size());
-
-  EXPECT_EQ(kyo::profile_status(file("none.ini")), std::errc::no_such_file_or_directory);
-  EXPECT_FALSE(write("A", "k", "1", "no-folder/x.ini"));
-  dir_.write("fine.ini", "");
-  EXPECT_FALSE(kyo::profile_status(file("fine.ini")));
+  ASSERT_EQ(::mkfifo(file("pipe.ini").c_str(), 0666), 0);
+  dir_.write("big.ini", "[A]\nk=1\n" + std::string(kyo::profile_max_file_size, ';'));
+  const std::error_code not_regular = kyo::profile_errc::not_a_regular_file;
+  const std::tuple<const char*, std::string, std::error_code> rows[] = {
+      {"a folder", file("folder.ini"), make_error_code(std::errc::is_a_directory)},
+      {"a pipe, which must not block", file("pipe.ini"), not_regular},
+      {"a device", "/dev/full", not_regular},
+      {"a file over the size limit", file("big.ini"), make_error_code(std::errc::file_too_large)},
+      {"a missing folder", file("no/x"), make_error_code(std::errc::no_such_file_or_directory)},
+  };
+  for (const auto& [name, path, status] : rows) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(kyo::profile_status(path), status);
+    EXPECT_EQ(kyo::profile_read(path, "A", "k"), std::nullopt);
+    EXPECT_FALSE(kyo::write_private_profile_string("A", "k", "2", path.c_str()));
+  }
+  EXPECT_EQ(fs::file_size(dir_.path("big.ini")), kyo::profile_max_file_size + 8);
+  EXPECT_EQ(not_regular.message(), "not a regular file (a device, a pipe or a socket)");
 }
 
-TEST_F(profile_test, dos_paths_links_and_modes) {
+TEST_F(profile_test, writes_keep_every_name_owner_and_mode_and_ignore_stale_temporaries) {
   dir_.write("Settings/Kyo.ini", "[A]\nk=1\n");
-  ::chmod(dir_.file("Settings/Kyo.ini").c_str(), 0640);
-  kyo::set_drive_mapping('D', dir_.path().string());
-  const bool written = kyo::write_private_profile_string("A", "k", "2", "D:\\SETTINGS\\KYO.INI");
-  kyo::clear_drive_mappings();
-  EXPECT_TRUE(written);
-  EXPECT_EQ(dir_.read("Settings/Kyo.ini"), "[A]\nk=2\n");
-  struct stat st;
-  ASSERT_EQ(::stat(dir_.file("Settings/Kyo.ini").c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 07777, 0640u);
-
-  fs::create_symlink(dir_.path("Settings/Kyo.ini"), dir_.path("link.ini"));
-  EXPECT_TRUE(write("A", "k", "3", "link.ini"));
+  const std::string path = file("Settings/Kyo.ini"), stale = "Settings/.Kyo.ini.kyo-";
+  // Names a killed writer with this process id could have left, with half its file.
+  for (int i = 0; i < 1000; ++i)
+    dir_.write(stale + std::to_string(::getpid()) + "-" + std::to_string(i), "[A]\nk=");
+  ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+  kyo::test::hand_over(path);  // under root, another user's file
+  std::string dos = file("SETTINGS/KYO.INI");
+  std::ranges::replace(dos, '/', '\\');
+  EXPECT_TRUE(kyo::write_private_profile_string("A", "k", "2", dos.c_str()));
+  fs::create_symlink(path, dir_.path("link.ini"));
+  EXPECT_TRUE(kyo::write_private_profile_string("A", "k", "3", file("link.ini").c_str()));
   EXPECT_TRUE(fs::is_symlink(dir_.path("link.ini")));
-  EXPECT_EQ(dir_.read("Settings/Kyo.ini"), "[A]\nk=3\n");
-  EXPECT_EQ(fs::directory_iterator(dir_.path("Settings"))->path().filename(), "Kyo.ini")
-      << "no temporary file is left behind";
+  fs::create_hard_link(path, dir_.path("Settings/hard.ini"));
+  EXPECT_TRUE(kyo::write_private_profile_string("A", "k", "4", file("Settings/hard.ini").c_str()));
+  EXPECT_EQ(get("A", "k", "", "Settings/Kyo.ini"), "4");
+  struct stat st;
+  ASSERT_EQ(::stat(path.c_str(), &st), 0);
+  EXPECT_EQ(std::tie(st.st_nlink, st.st_uid, st.st_gid, st.st_mode),
+            std::tuple(2u, kyo::test::unprivileged_uid(), kyo::test::unprivileged_gid(),
+                       S_IFREG | 0640u));
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir_.path("Settings")), {}), 1002)
+      << "a temporary file was left behind or a stale one removed";
+}
+
+TEST_F(profile_test, writes_obey_the_file_permission_and_keep_what_they_cannot_replace) {
+  // name, file mode, folder mode, root (not the writer) owns the file, size limit, write succeeds
+  const std::tuple<const char*, mode_t, mode_t, bool, bool, bool> rows[] = {
+      {"a read-only file is refused", 0444, 0755, false, false, false},
+      {"another user's file without write permission is refused", 0644, 0755, true, false, false},
+      {"a writable file in a locked folder is written in place", 0644, 0555, false, false, true},
+      {"another user's writable file keeps its owner", 0666, 0755, true, false, true},
+      {"an in-place write that cannot finish is reported, the file kept", 0644, 0555, false, true,
+       false},
+  };
+  kyo::test::hand_over(dir_.path());
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    const auto& [name, file_mode, folder_mode, others, limited, ok] = rows[i];
+    SCOPED_TRACE(name);
+    if (others && !kyo::test::running_as_root()) continue;  // needs a second user
+    const std::string folder = std::to_string(i), path = folder + "/kyo.ini";
+    dir_.write(path, "[A]\nk=old\n");
+    if (!others) kyo::test::hand_over(dir_.path(path));
+    kyo::test::hand_over(dir_.path(folder));
+    struct stat before, after;
+    ASSERT_EQ(::chmod(file(path).c_str(), file_mode), 0);
+    ASSERT_EQ(::chmod(file(folder).c_str(), folder_mode), 0);
+    ASSERT_EQ(::stat(file(path).c_str(), &before), 0);
+    kyo::test::as_unprivileged([&, limited = limited, ok = ok] {
+      const rlimit limit{static_cast<rlim_t>(before.st_size), static_cast<rlim_t>(before.st_size)};
+      std::signal(SIGXFSZ, SIG_IGN);
+      ASSERT_TRUE(!limited || ::setrlimit(RLIMIT_FSIZE, &limit) == 0);
+      EXPECT_EQ(kyo::write_private_profile_string("A", "k", "newer", file(path).c_str()), ok);
+    });
+    EXPECT_EQ(dir_.read(path), ok ? "[A]\nk=newer\n" : "[A]\nk=old\n");
+    ASSERT_EQ(::stat(file(path).c_str(), &after), 0);
+    EXPECT_EQ(std::tie(after.st_ino, after.st_uid, after.st_gid, after.st_mode),
+              std::tie(before.st_ino, before.st_uid, before.st_gid, before.st_mode));
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir_.path(folder)), {}), 1);
+    ::chmod(file(folder).c_str(), 0755);
+  }
 }
 
 TEST_F(profile_test, concurrent_writers_lose_no_update) {
-  std::vector<std::thread> threads;
-  const std::string path = file();
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([t, &path] {
-      for (int i = 0; i < 20; ++i) {
-        const std::string key = "t" + std::to_string(t) + "k" + std::to_string(i);
-        EXPECT_FALSE(kyo::profile_write(path, "Shared", key, std::to_string(i)));
-      }
+  std::vector<std::jthread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([this, t] {
+      for (int i = 0; i < 20; ++i)
+        EXPECT_FALSE(kyo::profile_write(file(), "Shared", std::to_string(t * 100 + i), "v"));
     });
-  }
-  for (std::thread& th : threads)
-    th.join();
-  EXPECT_EQ(kyo::profile_entries(path, "Shared").size(), 80u);
-  EXPECT_EQ(kyo::profile_read(path, "shared", "T3K19"), "19");
+  threads.clear();  // joins them
+  EXPECT_EQ(kyo::profile_entries(file(), "Shared").size(), 80u);
+  EXPECT_EQ(kyo::profile_read(file(), "shared", "319"), "v");
 }
 
 }  // namespace

@@ -24,6 +24,18 @@ inline constexpr std::size_t profile_max_line_length = 64 * 1024;
 /// How many parsed files the cache keeps (least recently used ones are dropped).
 inline constexpr std::size_t profile_cache_files = 8;
 
+/// Failures of the profile calls that no system error number names.
+enum class profile_errc {
+  not_a_regular_file = 1,  ///< a device, a pipe or a socket: never opened, never blocks
+};
+
+/// The category of profile_errc codes; its messages are plain English sentences.
+KYO_EXPORT const std::error_category& profile_category();
+
+inline std::error_code make_error_code(profile_errc e) {
+  return {static_cast<int>(e), profile_category()};
+}
+
 /// Copies the value of `key` in `section` of `file` into `buffer` (at most size - 1
 /// characters and a NUL) and returns the characters copied. A missing file, section or key
 /// gives `default_value` without its trailing spaces (null reads as ""). A null `section`
@@ -43,8 +55,9 @@ KYO_EXPORT int get_private_profile_int(const char* section, const char* key, int
 /// Sets `key` in `section` of `file` to `value`, creating the file, the section (at the end of
 /// the file) and the key (at the end of its section) as needed. A null `value` deletes the key,
 /// a null `key` the whole section; all three null only drops the read cache. Every other byte
-/// of the file is kept; the file is replaced atomically. False when the file cannot be read
-/// or written, or a name or value holds a line break (or a section ']', a key '=').
+/// of the file is kept; the file is replaced atomically, or rewritten in place when its folder
+/// is locked or it has other names. False when the file cannot be read or written (a read-only
+/// file is left as it is), or a name or value holds a line break (or a section ']', a key '=').
 KYO_EXPORT bool write_private_profile_string(const char* section, const char* key,
                                              const char* value, const char* file);
 
@@ -61,7 +74,8 @@ KYO_EXPORT std::vector<std::pair<std::string, std::string>> profile_entries(
     std::string_view file, std::string_view section);
 
 /// Why `file` reads as empty: no error when it can be read, else the reason
-/// (no_such_file_or_directory, permission_denied, is_a_directory, file_too_large...).
+/// (no_such_file_or_directory, permission_denied, is_a_directory, file_too_large,
+/// profile_errc::not_a_regular_file...).
 [[nodiscard]] KYO_EXPORT std::error_code profile_status(std::string_view file);
 
 /// Sets `key` in `section` to `value`, as write_private_profile_string does.
@@ -83,3 +97,6 @@ KYO_EXPORT std::vector<std::pair<std::string, std::string>> profile_entries(
 KYO_EXPORT void profile_flush_cache();
 
 }  // namespace kyo
+
+template <>
+struct std::is_error_code_enum<kyo::profile_errc> : std::true_type {};
