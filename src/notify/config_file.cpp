@@ -73,7 +73,7 @@ iconfig_file::iconfig_file(const file_info& info) {
 
 void iconfig_file::refuse(std::string message) {
   // The text is composed as in a 128-byte buffer: what does not fit is cut.
-  if (message.size() > config_message_limit) message.resize(config_message_limit);
+  message.resize(std::min(message.size(), config_message_limit));
   message_box(message, {}, config_message_style);
   setstate(stream_failbit | stream_badbit, message);
 }

@@ -1,5 +1,6 @@
 #include <kyo/numerics/geog_nmrc.h>
 
+#include <algorithm>
 #include <numbers>
 
 #include <kyo/core/angle.h>
@@ -22,7 +23,7 @@ std::string fixed_9(double v) {
   spec.precision = 9;
   std::string text;
   append_floating(text, spec, v);
-  if (text.size() > max_text) text.resize(max_text);
+  text.resize(std::min(text.size(), max_text));
   return text;
 }
 

@@ -1,5 +1,6 @@
 #include <kyo/numerics/variable.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include <kyo/core/angle.h>
@@ -80,7 +81,7 @@ std::string variable::as_string(const char* format) const {
     default:
       break;
   }
-  if (text.size() > max_text) text.resize(max_text);
+  text.resize(std::min(text.size(), max_text));
   return text;
 }
 

@@ -112,7 +112,7 @@ TEST(numbers, full_prec_fills_the_width) {
       EXPECT_EQ(full(r.v, width), expected);
     }
   }
-  EXPECT_EQ(full(std::ldexp(1.0, 70), 30), "1180591620717411300000") << "17 digits, then zeros";
+  EXPECT_EQ(full(std::ldexp(1.0, 71), 30), "2361183241434822600000") << "17 digits, then zeros";
 }
 
 TEST(numbers, full_prec_never_writes_past_the_width) {

@@ -88,6 +88,9 @@ TEST(object_stream, primitives_are_little_endian_unframed_and_read_back) {
   EXPECT_EQ(is.remaining(), 0u);
   EXPECT_EQ(is.readByte(), 0);
   EXPECT_TRUE(is.fail()) << "reading past the end fails";
+  char past[4] = {'x', 'x', 'x', 'x'};
+  is.readBytes(past, 4);
+  EXPECT_EQ(std::string(past, 4), std::string(4, '\0')) << "a failed read gives zeros";
 }
 
 TEST(object_stream, object_record_layout) {

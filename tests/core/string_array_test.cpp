@@ -4,6 +4,7 @@
 
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <kyo/core/object_stream.h>
@@ -50,10 +51,20 @@ TEST(string_array, editing_and_searching) {
   EXPECT_TRUE(a.empty());
 }
 
+TEST(string_array, room_grows_by_the_step) {
+  string_array a(9, 0, 8);
+  EXPECT_EQ(a.capacity(), 10u) << "indices 0..9";
+  for (int i = 0; i < 11; ++i)
+    a.add("s");
+  EXPECT_EQ(a.capacity(), 18u) << "full at 10, then 8 more";
+  EXPECT_EQ(string_array(5, 1, 0).capacity(), 5u) << "indices 1..5";
+}
+
 TEST(string_array, indices_start_at_the_lower_bound) {
   string_array a(5, 1, 0);
   a.add("x");
   a.add("y");
+  EXPECT_EQ(std::as_const(a)[2], "y");
   EXPECT_EQ(a[1], "x");
   EXPECT_EQ(a.find("y"), 2);
   EXPECT_EQ(a.upper_bound(), 2);

@@ -125,6 +125,8 @@ TEST(server, copy_takes_the_name_only_and_assignment_keeps_the_links) {
   EXPECT_EQ(child_names(original), std::vector<std::string>{"child"});
   EXPECT_EQ(original.client_slots(), 1u);
   EXPECT_TRUE(top.is_dirty()) << "a dirty child makes its parent dirty";
+  copy.set_name("renamed");
+  EXPECT_TRUE(copy.is_dirty()) << "a new name is a change to save";
 }
 
 // A member notifying through its list (child lock, then the list's) while another thread

@@ -96,6 +96,7 @@ TEST(numeric_server, a_parent_owns_its_children_and_refuses_loops) {
   EXPECT_TRUE(c->set_nmrc_parent(b));
   EXPECT_EQ(root->get("b.c"), c);
   EXPECT_EQ(a->next(nullptr), nullptr);
+  EXPECT_EQ(root->numeric_server::entry_count(), 0) << "a plain server publishes nothing";
   delete root;  // children last first: b (and its c) before a
   EXPECT_EQ(journal, "bca");
 }

@@ -193,6 +193,7 @@ TEST(numeric_format, no_value_leaves_the_text_untouched) {
   EXPECT_EQ(distance_nmrc(s, 1, 12, 2).as_string(0, out, true), 0) << "a text entry";
   EXPECT_EQ(numeric(s, numeric_type::distance + 1).as_string(0, out, true), 0) << "a number";
   EXPECT_EQ(numeric(streamable_init).as_string(0, out, true), 0) << "no server";
+  EXPECT_EQ(numeric(streamable_init).type_id(), -1) << "no server, no type";
   EXPECT_EQ(out, "keep");
 }
 

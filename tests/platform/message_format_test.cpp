@@ -67,6 +67,7 @@ TEST(format_message, conversions_follow_printf_for_each_kind_of_argument) {
        "[%1!I64d!]",
        {std::numeric_limits<std::int64_t>::min()},
        "[-9223372036854775808]"},
+      {"64-bit hex with its prefix", "[%1!I64x!]", {std::int64_t{-1}}, "[ffffffffffffffff]"},
       {"character", "[%1!c!][%2!5c!]", {65, 'x'}, "[A][    x]"},
       {"float argument", "[%1!.1f!]", {1.25f}, "[1.2]"},
       {"general and exponent", "[%1!G!][%2!-8.3e!]", {0.0000123, 1234.5}, "[1.23E-05][1.234e+03]"},

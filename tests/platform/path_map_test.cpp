@@ -59,6 +59,11 @@ TEST_F(native_path_test, maps_drives_and_resolves_case_against_the_disk) {
 TEST_F(native_path_test, mapping_roots_may_end_with_a_separator_and_can_be_cleared) {
   kyo::set_drive_mapping('e', root_ + "/");
   EXPECT_EQ(kyo::native_path("E:\\DATA"), root_ + "/Data");
+  kyo::set_drive_mapping('a', root_);
+  kyo::set_drive_mapping('Z', root_);
+  EXPECT_EQ(kyo::native_path("A:\\DATA") + kyo::native_path("z:\\DATA"),
+            root_ + "/Data" + root_ + "/Data")
+      << "the first and the last letter";
   kyo::set_drive_mapping('E', "");
   EXPECT_EQ(kyo::native_path("E:\\kyo-no-such"), "/kyo-no-such");
   kyo::clear_drive_mappings();

@@ -2,9 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <unistd.h>
 
 #include <string>
+#include <tuple>
 
 #include "support/recording_ui.h"
 
@@ -30,6 +32,45 @@ class no_terminal {
  private:
   int saved_;
 };
+
+// A pseudo terminal on standard input, whose answers the test types.
+class typed_terminal {
+ public:
+  typed_terminal() : saved_(::dup(STDIN_FILENO)) {
+    EXPECT_EQ(::openpty(&master_, &slave_, nullptr, nullptr, nullptr), 0);
+    ::dup2(slave_, STDIN_FILENO);
+  }
+  ~typed_terminal() {
+    ::dup2(saved_, STDIN_FILENO);
+    ::close(saved_);
+    ::close(slave_);
+    ::close(master_);
+  }
+  void type(const std::string& text) const {
+    EXPECT_EQ(::write(master_, text.data(), text.size()), ssize_t(text.size()));
+  }
+
+ private:
+  int saved_, master_ = -1, slave_ = -1;
+};
+
+TEST(console_ui, reads_the_answer_from_a_terminal) {
+  typed_terminal terminal;
+  const std::tuple<const char*, unsigned, int> rows[] = {
+      {"y\n", kyo::mb_yesno, kyo::id_yes},       {"  Oui\n", kyo::mb_yesno, kyo::id_yes},
+      {"n\n", kyo::mb_yesno, kyo::id_no},        {"\n", kyo::mb_yesno, kyo::id_no},
+      {"\tyes\n", kyo::mb_okcancel, kyo::id_ok}, {"x y\n", kyo::mb_okcancel, kyo::id_cancel},
+  };
+  for (const auto& [typed, style, result] : rows) {
+    SCOPED_TRACE(typed);
+    terminal.type(typed);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(kyo::message_box("Overwrite?", "Output", style), result);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), style == kyo::mb_yesno
+                                                          ? "Output: Overwrite?\n[y/n] "
+                                                          : "Output: Overwrite?\nOK? [y/n] ");
+  }
+}
 
 TEST(console_ui, answers_without_a_terminal_and_writes_to_stderr) {
   no_terminal stdin_is_not_a_tty;

@@ -93,6 +93,11 @@ TEST_F(time_manager_test, artificial_time_holds_still) {
   wall_.advance(std::chrono::milliseconds(2500));
   EXPECT_EQ(clock_tick::current(), 65000u);
   EXPECT_EQ(timedate().set_current().value(), noon_ + 60);
+
+  time_manager::reset();
+  EXPECT_FALSE(time_manager::artificial_time_on());
+  EXPECT_EQ(time_manager::artificial_time(), 0);
+  EXPECT_EQ(time_manager::artificial_tick(), 0u);
 }
 
 }  // namespace

@@ -44,6 +44,8 @@ class KYO_EXPORT string_array {
   [[nodiscard]] const std::string* first_that(int (*f)(const std::string&, void*), void* arg) const;
 
   [[nodiscard]] int lower_bound() const noexcept { return lower_; }
+  /// How many elements fit before the array must grow.
+  [[nodiscard]] std::size_t capacity() const noexcept { return items_.capacity(); }
   /// The index of the last element (lower_bound() - 1 when empty).
   [[nodiscard]] int upper_bound() const noexcept {
     return lower_ + static_cast<int>(items_.size()) - 1;
