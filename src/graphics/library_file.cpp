@@ -216,12 +216,16 @@ bool library_file::add_at(const server& object, int type, bool flag, int index) 
   write_index(out);
   out.close();
   if (out.fail()) {
-    // Put the old index back where it was, so that the library reads as before.
+    // Put the old index back where it was, so that the library reads as before; when even that
+    // fails, nothing more is written to the file.
     items_.erase(items_.begin() + index);
     positions_.pop_back();
+    index_pos_ = old_index;
     oconfig_file again(info_);
     again.seekp(old_index);
     write_index(again);
+    again.close();
+    if (again.fail()) state_ = open_state::damaged;
     return false;
   }
   set_dirty(false);

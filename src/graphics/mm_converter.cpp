@@ -1,5 +1,6 @@
 #include <kyo/graphics/mm_converter.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -12,18 +13,17 @@ namespace kyo {
 namespace {
 
 int saturate(long long v) {
-  if (v > std::numeric_limits<int>::max()) return std::numeric_limits<int>::max();
-  if (v < std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();
-  return static_cast<int>(v);
+  return static_cast<int>(
+      std::clamp<long long>(v, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 // The whole number of device pixels that make one logical pixel: 2 for a 600-dot printer that
 // reports 300 logical pixels per inch.
+// An unknown size or logical resolution (0) makes the factor infinite or NaN, and so 1.
 int device_factor(int resolution, int size_tenth_mm, int logical_ppi) {
-  if (size_tenth_mm <= 0 || logical_ppi <= 0) return 1;
   const double physical_dpi = resolution * 254.0 / size_tenth_mm;
   const double factor = std::floor(physical_dpi / logical_ppi + 0.5);
-  return factor >= 1 && factor <= std::numeric_limits<int>::max() ? static_cast<int>(factor) : 1;
+  return std::isfinite(factor) && factor >= 2 ? saturate(static_cast<long long>(factor)) : 1;
 }
 
 }  // namespace
@@ -34,7 +34,7 @@ int mul_div(int a, int b, int c) {
   const long long num = static_cast<long long>(a) * b;
   const long long den = c;
   const long long q = (std::llabs(num) + std::llabs(den) / 2) / std::llabs(den);
-  return saturate((num < 0) != (den < 0) ? -q : q);
+  return saturate((num ^ den) < 0 ? -q : q);
 }
 
 mm_converter::mm_converter(const surface& s) {

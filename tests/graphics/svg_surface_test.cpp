@@ -16,6 +16,7 @@ namespace {
 TEST(svg_surface, writes_paths_pixels_text_and_clips) {
   svg_surface s(40, 30);
   EXPECT_EQ(s.caps(), (device_caps{{96, 96}, {11, 8}, {40, 30}, false}));
+  EXPECT_EQ(screen_caps(40, 30, 0).size_mm, (isize{0, 0})) << "no size without a resolution";
   s.fill_rect({40, 30, 0, 0}, colour::black);
   s.set_pen(colour::light_yellow);
   s.move_to({1, 2});

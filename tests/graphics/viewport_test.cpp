@@ -6,10 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <numbers>
 #include <string>
 #include <vector>
+
+#include <kyo/platform/printf_format.h>
 
 namespace kyo::test {
 namespace {
@@ -24,6 +27,22 @@ std::string dev(double x, double y) {
 }
 std::string line(dpoint a, dpoint b) {
   return "move " + dev(a.x, a.y) + "|line " + dev(b.x, b.y);
+}
+/// The chords of the arc about `c` of radius `r` from `from` degrees through `sweep` degrees.
+std::string arc(dpoint c, double r, double from, double sweep, int chords) {
+  const auto at = [&](int i) {
+    const double a = (from + sweep * i / chords) * deg;
+    return dpoint{c.x + r * std::cos(a), c.y + r * std::sin(a)};
+  };
+  std::string out;
+  for (int i = 0; i < chords; ++i)
+    out += (i ? "|" : "") + line(at(i), at(i + 1));
+  return out;
+}
+/// A transformed point rounded to nine decimals, "x,y".
+std::string str(dpoint p) {
+  const auto r = [](double v) { return format_one("%g", std::round(v * 1e9) / 1e9 + 0.0); };
+  return r(p.x) + "," + r(p.y);
 }
 std::string joined(const calls& c) {
   std::string out;
@@ -53,14 +72,9 @@ TEST(viewport_transformation, keeps_the_coefficient_rules) {
   t.translate({5, 7});
   t.rotate(90 * deg);
   t.scale({2, 3});
-  const struct {
-    dpoint in, out;
-  } rows[] = {{{0, 0}, {-14, 15}}, {{1, 0}, {-14, 17}}, {{0, 1}, {-17, 15}}};
-  for (const auto& r : rows) {
-    const dpoint p = t.transform(r.in);
-    EXPECT_NEAR(p.x, r.out.x, 1e-12);
-    EXPECT_NEAR(p.y, r.out.y, 1e-12);
-  }
+  EXPECT_EQ(
+      str(t.transform({0, 0})) + " " + str(t.transform({1, 0})) + " " + str(t.transform({0, 1})),
+      "-14,15 -14,17 -17,15");
   viewport_transformation u;
   u.scale({1, 1});
   u.rotate(0);
@@ -68,8 +82,7 @@ TEST(viewport_transformation, keeps_the_coefficient_rules) {
   // A point 5 north of (10, 0) turned a quarter clockwise lies 5 east of it.
   u.rotatePoint({10, 0}, {10, 5}, 90 * deg);
   EXPECT_TRUE(u.active);
-  EXPECT_NEAR(u.transform({0, 0}).x, 15, 1e-12);
-  EXPECT_NEAR(u.transform({0, 0}).y, 0, 1e-12);
+  EXPECT_EQ(str(u.transform({0, 0})), "15,0");
 }
 
 TEST(viewport, maps_the_window_with_and_without_aspect_and_clip_region) {
@@ -77,8 +90,10 @@ TEST(viewport, maps_the_window_with_and_without_aspect_and_clip_region) {
   v.set_bounds({0, 0, 200, 100});
   EXPECT_EQ(v.world_to_screen({0, 0}), (ipoint{0, 100}));
   EXPECT_EQ(v.world_to_screen({100, 100}), (ipoint{200, 0}));
-  EXPECT_EQ(v.screen_to_world({0, 100}), (dpoint{-0.25, 0.5})) << "the half pixel stays";
   EXPECT_EQ(v.world_per_pixel(), (dsize{0.5, 1}));
+  v.set_bounds({0, 0, 200, 200});
+  EXPECT_EQ(v.screen_to_world({0, 100}), (dpoint{-0.25, 50.25})) << "the half pixel stays";
+  v.set_bounds({0, 0, 200, 100});
   v.set_window({0, 100, 0, 0}, true);
   EXPECT_EQ(v.actual_window(), (drect{0, 100, 100, 0})) << "a zero-width window is ignored";
   v.set_window({0, 100, 100, 0}, true);
@@ -106,13 +121,10 @@ TEST(viewport, draws_nothing_on_zero_bounds) {
   EXPECT_TRUE(v.is_empty());
   v.move_abs({1, 1});
   v.draw_abs({50, 50});
-  v.draw_rel({1, 1});
   v.point({5, 5}, colour::white);
   v.rectangle({10, 10});
   v.circle(10, 8);
   v.ellipse({5, 5, 0});
-  v.curve({50, 50}, {10, 0}, 1.0);
-  v.curve({0, 0}, {10, 0}, 10, true);
   v.curve({0, 0}, {5, 5}, {10, 0}, false);
   v.text("x");
   v.grid(10, false, 0);
@@ -126,14 +138,7 @@ TEST(viewport, a_seven_chord_circle_is_left_open_by_three_degrees) {
   painted p;
   p.v.move_abs({50, 50});
   p.v.circle(40, 7);
-  std::string want;
-  for (int k = 0; k < 7; ++k) {
-    const auto at = [](int i) {
-      return dpoint{50 - 40 * std::sin(51 * i * deg), 50 + 40 * std::cos(51 * i * deg)};
-    };
-    want += (k ? "|" : "") + line(at(k), at(k + 1));
-  }
-  EXPECT_EQ(joined(p.s.calls()), want);
+  EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 40, 90, 7 * 51, 7));
   p.s.clear();
   p.v.circle(0, 7);
   p.v.circle(10, 0);
@@ -142,77 +147,46 @@ TEST(viewport, a_seven_chord_circle_is_left_open_by_three_degrees) {
 }
 
 TEST(viewport, arcs_follow_the_chord_rule_also_for_negative_sweeps) {
-  const auto arc = [](double sweep_deg, int chords) {
-    std::string out;
-    for (int i = 0; i < chords; ++i) {
-      const double a0 = sweep_deg * deg * i / chords, a1 = sweep_deg * deg * (i + 1) / chords;
-      out += (i ? "|" : "") + line({50 + 20 * std::cos(a0), 50 + 20 * std::sin(a0)},
-                                   {50 + 20 * std::cos(a1), 50 + 20 * std::sin(a1)});
-    }
-    return out;
-  };
-  const struct {
-    const char* what;
-    double sweep;
-    int chords;
-  } rows[] = {{"20 degrees in three chords", 20, 3},
-              {"exactly 9 degrees in two", 9.000001, 2},
-              {"-5 degrees in one chord", -5, 1},
-              {"-9 degrees draws nothing", -9, 0},
-              {"-20 degrees draws nothing", -20, 0}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.what);
+  // trunc(sweep / 9 degrees) + 1 chords, so that -9 degrees or less draws nothing.
+  const double sweeps[] = {20, 9.000001, -5, -9, -20};
+  const int chords[] = {3, 2, 1, 0, 0};
+  for (int i = 0; i < 5; ++i) {
     painted p;
-    p.v.curve({50, 50}, {20, 0}, r.sweep * deg);
-    EXPECT_EQ(joined(p.s.calls()), arc(r.sweep, r.chords));
-    EXPECT_EQ(p.v.position() == (dpoint{70, 50}), r.chords == 0) << "moved to the start";
+    p.v.curve({50, 50}, {20, 0}, sweeps[i] * deg);
+    EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 0, sweeps[i], chords[i])) << sweeps[i];
+    EXPECT_EQ(p.v.position() == (dpoint{70, 50}), chords[i] == 0) << "moved to the start";
   }
 }
 
 TEST(viewport, curves_by_radius_and_through_three_points) {
-  // The chord (30, 50)-(70, 50) with radius 25: centre (50, 65) for the short arc through
-  // (50, 40), (50, 35) for the long one through (50, 10).
-  const struct {
-    const char* what;
-    bool side;
-    std::size_t calls;
-    double lowest;
-  } rows[] = {{"short arc", true, 2 * 12, 40}, {"long arc", false, 2 * 29, 10}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.what);
-    painted p;
-    p.v.curve({30, 50}, {70, 50}, 25, r.side);
-    ASSERT_EQ(p.s.calls().size(), r.calls);
-    EXPECT_EQ(p.s.calls().front(), "move " + dev(30, 50));
-    EXPECT_EQ(p.s.calls().back(), "line " + dev(70, 50));
-    EXPECT_NEAR(p.v.position().y, 50, 1e-9);
-    int deepest = 0;
-    for (const std::string& c : p.s.calls())
-      deepest = std::max(deepest, std::stoi(c.substr(c.find(',') + 1)));
-    EXPECT_EQ(deepest, int(100.5 - r.lowest));
-  }
+  // The chord (30, 50)-(70, 50) with radius 25 has its centre 15 above or below its middle: the
+  // short arc turns 2 acos(0.6) (106.3 degrees) about (50, 65), the long one the rest of the
+  // circle about (50, 35).
+  const double start = std::atan2(-15, -20) / deg, sweep = 2 * std::acos(0.6) / deg;
   painted p;
+  p.v.curve({30, 50}, {70, 50}, 25, true);
+  EXPECT_EQ(joined(p.s.calls()), arc({50, 65}, 25, start, sweep, 12));
+  p.s.clear();
+  p.v.curve({30, 50}, {70, 50}, 25, false);
+  EXPECT_EQ(joined(p.s.calls()), arc({50, 35}, 25, -start, 360 - sweep, 29));
+  p.s.clear();
   p.v.curve({0, 0}, {60, 0}, 25, true);
   p.v.curve({0, 0}, {0, 0}, 25, true);
-  EXPECT_EQ(p.s.calls(), calls{}) << "a chord longer than the diameter, or none";
+  p.v.curve({0, 0}, {10, 0}, -25, true);
+  EXPECT_EQ(p.s.calls(), calls{}) << "a chord longer than the diameter, none, or no radius";
 
-  // Arcs of 100 degrees about (50, 50), counter-clockwise and clockwise, and a whole circle.
+  // Points 0, 50 and 100 degrees round (50, 50): counter-clockwise, clockwise, whole circle.
   const auto on = [](double a) {
     return dpoint{50 + 20 * std::cos(a * deg), 50 + 20 * std::sin(a * deg)};
   };
   p.v.curve(on(0), on(50), on(100), false);
-  EXPECT_EQ(p.s.calls().size(), 2u * 12);
-  EXPECT_EQ(p.s.calls()[1], "line " + dev(on(100.0 / 12).x, on(100.0 / 12).y));
+  EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 0, 100, 12));
   p.s.clear();
   p.v.curve(on(100), on(50), on(0), false);
-  EXPECT_EQ(p.s.calls().size(), 2u * 12);
-  EXPECT_EQ(p.s.calls()[1], "line " + dev(on(100 - 100.0 / 12).x, on(100 - 100.0 / 12).y));
-  EXPECT_EQ(p.s.calls().back(), "line " + dev(70, 50));
+  EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 100, -100, 12));
   p.s.clear();
   p.v.curve(on(100), on(50), on(0), true);
-  EXPECT_GE(p.s.calls().size(), 2u * 40) << "the whole circle, clockwise";
-  EXPECT_EQ(p.s.calls()[1], "line " + dev(on(100 - 9).x, on(100 - 9).y));
-  EXPECT_EQ(p.s.calls().back(), "line " + dev(on(100).x, on(100).y));
+  EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 100, -360, 41));
   p.s.clear();
   p.v.curve({10, 10}, {20, 20}, {30, 30}, false);
   EXPECT_EQ(joined(p.s.calls()), line({10, 10}, {20, 20}) + "|" + line({20, 20}, {30, 30}));
@@ -239,10 +213,14 @@ TEST(viewport, lines_rectangles_ellipses_points_and_text) {
   p.s.clear();
   p.v.move_abs({50, 50});
   p.v.ellipse({30, 10, 90 * deg});
-  ASSERT_EQ(p.s.calls().size(), 2u * 36);
-  EXPECT_EQ(p.s.calls()[0], "move " + dev(50, 80)) << "the first axis turned to north";
-  EXPECT_EQ(p.s.calls()[1],
-            "line " + dev(50 - 10 * std::sin(10 * deg), 50 + 30 * std::cos(10 * deg)));
+  // The first axis (30) turned to north: t = 0 lies at (50, 80).
+  const auto at = [](int i) {
+    return dpoint{50 - 10 * std::sin(10 * i * deg), 50 + 30 * std::cos(10 * i * deg)};
+  };
+  std::string want;
+  for (int i = 0; i < 36; ++i)
+    want += (i ? "|" : "") + line(at(i), at(i + 1));
+  EXPECT_EQ(joined(p.s.calls()), want);
 }
 
 TEST(viewport, grids_go_straight_or_through_the_transformation) {
@@ -313,27 +291,20 @@ TEST(viewport, monochrome_devices_get_black_on_white) {
   mono.monochrome = true;
   recording_surface colour_device, mono_device(mono);
   viewport v;
-  namespace so = stock_object;
-  const struct {
-    int object;
-    bool background;
-    int mono;
-  } rows[] = {
-      {so::gray_brush, true, so::white_brush},   {so::null_brush, true, so::null_brush},
-      {so::white_brush, false, so::black_brush}, {so::dark_gray_brush, false, so::black_brush},
-      {so::black_brush, false, so::black_brush}, {so::white_pen, false, so::black_pen},
-      {so::null_pen, false, so::null_pen},       {so::black_pen, true, so::black_pen}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.object);
-    v.set_dc(&colour_device);
-    EXPECT_EQ(v.fix_stock_object(r.object, r.background), r.object);
-    v.set_dc(&mono_device);
-    EXPECT_EQ(v.fix_stock_object(r.object, r.background), r.mono);
+  v.set_dc(&colour_device);
+  EXPECT_EQ(v.fix_stock_object(stock_object::white_pen, false), stock_object::white_pen);
+  EXPECT_EQ(v.fix_colour(colour::light_yellow, true), colour::light_yellow);
+  v.set_dc(&mono_device);
+  // Stock objects 0 to 8: five brushes white to black, the null brush, white, black, null pen.
+  std::string drawing, background;
+  for (int object = 0; object <= 8; ++object) {
+    drawing += std::to_string(v.fix_stock_object(object, false)) + " ";
+    background += std::to_string(v.fix_stock_object(object, true)) + " ";
   }
+  EXPECT_EQ(drawing, "4 4 4 4 4 5 7 7 8 ");
+  EXPECT_EQ(background, "0 0 0 0 0 5 6 7 8 ");
   EXPECT_EQ(v.fix_colour(colour::light_yellow, false), colour::black);
   EXPECT_EQ(v.fix_colour(colour::black, true), colour::white);
-  v.set_dc(&colour_device);
-  EXPECT_EQ(v.fix_colour(colour::light_yellow, false), colour::light_yellow);
 }
 
 TEST(mm_converter, counts_printers_in_logical_pixels) {
@@ -344,24 +315,16 @@ TEST(mm_converter, counts_printers_in_logical_pixels) {
             (std::vector<int>{2030, 2790, 2400, 3300}));
   EXPECT_EQ(m.mm_to_pixel(254, 254), (ipoint{300, 300})) << "an inch";
   EXPECT_EQ(m.pixel_to_mm(300, 300), (ipoint{254, 254}));
-  const mm_converter scaled{recording_surface(printer, 3)};
-  EXPECT_EQ(scaled.res_x, 7200) << "device to logical units";
-  const mm_converter unknown{recording_surface(device_caps{{0, 0}, {0, 0}, {100, 100}, false})};
-  EXPECT_EQ(unknown.mm_to_pixel(10, 10), (ipoint{0, 0}));
-
-  const struct {
-    int a, b, c, q;
-  } rows[] = {{1, 1, 2, 1},
-              {-1, 1, 2, -1},
-              {3, 1, 2, 2},
-              {5, 1, 3, 2},
-              {1, -3, 2, -2},
-              {7, 7, 0, 0},
-              {2147483647, 4, 2, 2147483647}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(std::to_string(r.a) + " * " + std::to_string(r.b) + " / " + std::to_string(r.c));
-    EXPECT_EQ(mul_div(r.a, r.b, r.c), r.q);
-  }
+  EXPECT_EQ(mm_converter{recording_surface(printer, 3)}.res_x, 7200) << "device to logical";
+  const device_caps unknown{{0, 0}, {0, 0}, {100, 100}, false};
+  EXPECT_EQ(mm_converter{recording_surface(unknown)}.mm_to_pixel(10, 10), (ipoint{0, 0}));
+  // a b / c, halves away from zero, saturated, 0 for c = 0.
+  const int abc[] = {1, 1, 2, -1, 1, 2, 3,  1, 2, 5, 1,          3, 1, -3,
+                     2, 2, 3, 6,  2, 3, -6, 7, 7, 0, 2147483647, 4, 2};
+  std::string got;
+  for (std::size_t i = 0; i < std::size(abc); i += 3)
+    got += std::to_string(mul_div(abc[i], abc[i + 1], abc[i + 2])) + " ";
+  EXPECT_EQ(got, "1 -1 2 2 -2 1 -1 0 2147483647 ");
 }
 
 }  // namespace
