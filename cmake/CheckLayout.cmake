@@ -37,7 +37,7 @@ endif()
 # layer and of lower ones, and private headers ("<subsystem>/x.h" beside the
 # sources) of its own subsystem only.
 set(layers
-  "platform" "core" "notify time" "numerics" "graphics settings" "output"
+  "platform" "core" "notify time" "numerics" "graphics settings nmea" "output"
   "alarms" "controls" "views")
 set(rank 0)
 foreach(layer IN LISTS layers)

@@ -62,3 +62,8 @@
 #include <kyo/graphics/surface.h>
 #include <kyo/graphics/svg_surface.h>
 #include <kyo/graphics/viewport.h>
+
+// nmea
+#include <kyo/nmea/line_source.h>
+#include <kyo/nmea/nmea_server.h>
+#include <kyo/nmea/sentence.h>

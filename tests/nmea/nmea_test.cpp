@@ -1,0 +1,193 @@
+// NMEA sentences: framing, checksums and field formats, and the numeric server that turns them
+// into entries with statuses. Expected values are worked out by hand from the sentence texts.
+#include <kyo/nmea/nmea_server.h>
+#include <kyo/nmea/sentence.h>
+#include <kyo/numerics/numeric.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <optional>
+#include <string>
+#include <tuple>
+
+#include "support/scoped_env.h"
+
+namespace kyo::test {
+namespace {
+
+constexpr double deg = std::numbers::pi / 180;
+
+// "$" + body + "*" + its checksum, as a receiver writes it.
+std::string with_checksum(const std::string& body) {
+  char tail[4];
+  std::snprintf(tail, sizeof tail, "*%02X", nmea::checksum(body));
+  return "$" + body + tail;
+}
+
+TEST(nmea_sentence, framing_and_checksums) {
+  using nmea::parse_error;
+  const std::tuple<const char*, std::string, parse_error, const char*, int> rows[] = {
+      {"checked, CR LF", "$GPHDT,218.53,T*08\r\n", parse_error::none, "GP HDT", 2},
+      {"lower-case checksum", "$HEHDT,218.53,T*12", parse_error::none, "HE HDT", 2},
+      {"no checksum is taken unchecked", "$GPGLL,2200.097,S,01756.346,W", parse_error::none,
+       "GP GLL", 4},
+      {"logger stamp in front", "2014-08-01T00:00:00.183000Z $HEHDT,218.53,T*12", parse_error::none,
+       "HE HDT", 2},
+      {"proprietary", with_checksum("PSXN,20,1,0,0,0"), parse_error::none, "P SXN", 5},
+      {"encapsulated", with_checksum("AIVDM,1,1,,A,13aG?"), parse_error::none, "AI VDM", 5},
+      {"empty fields count", "$GPHDT,,T*1B", parse_error::none, "GP HDT", 2},
+      {"wrong checksum", "$GPHDT,218.53,T*1C", parse_error::bad_checksum, "", 0},
+      {"one checksum digit", "$GPHDT,218.53,T*1", parse_error::bad_checksum, "", 0},
+      {"checksum not hex", "$GPHDT,218.53,T*G1", parse_error::bad_checksum, "", 0},
+      {"comment", "# Name: GPS-320FW", parse_error::no_sentence, "", 0},
+      {"empty", "", parse_error::no_sentence, "", 0},
+      {"binary byte", std::string("$GPHDT,2\x01", 9), parse_error::malformed, "", 0},
+      {"spliced: two starts", "$GPGSV,3,3,12,06,$GPGGA,000410.00", parse_error::malformed, "", 0},
+      {"no address", "$,1,2", parse_error::malformed, "", 0},
+      {"too long", "$GPTXT," + std::string(300, 'x'), parse_error::malformed, "", 0},
+  };
+  for (const auto& [what, line, error, address, fields] : rows) {
+    SCOPED_TRACE(what);
+    nmea::sentence s;
+    ASSERT_EQ(nmea::parse(line, s), error);
+    if (error != parse_error::none) continue;
+    EXPECT_EQ(std::string(s.talker) + " " + std::string(s.type), address);
+    EXPECT_EQ(s.fields.size(), std::size_t(fields));
+  }
+}
+
+TEST(nmea_sentence, field_formats) {
+  using nmea::coordinate;
+  const std::tuple<const char*, std::optional<double>, std::optional<double>> angles[] = {
+      {"north", coordinate("4916.45", "N", true), (49 + 16.45 / 60) * deg},
+      {"south", coordinate("2200.110899", "S", true), -(22 + 0.110899 / 60) * deg},
+      {"west, three degree digits", coordinate("12311.12", "W", false), -(123 + 11.12 / 60) * deg},
+      {"no whole degrees", coordinate("05.5", "E", false), 5.5 / 60 * deg},
+      {"the pole", coordinate("9000.00", "N", true), 90 * deg},
+      {"beyond the pole", coordinate("9000.01", "N", true), std::nullopt},
+      {"60 minutes", coordinate("4960.00", "N", true), std::nullopt},
+      {"latitude letter on a longitude", coordinate("01756.346", "N", false), std::nullopt},
+      {"empty", coordinate("", "N", true), std::nullopt},
+      {"signs are not digits", coordinate("-4916.45", "N", true), std::nullopt},
+  };
+  for (const auto& [what, got, expected] : angles) {
+    SCOPED_TRACE(what);
+    ASSERT_EQ(got.has_value(), expected.has_value());
+    if (got) {
+      EXPECT_NEAR(*got, *expected, 1e-15);
+    }
+  }
+  EXPECT_EQ(nmea::time_of_day("000000.16"), 0.16);
+  EXPECT_EQ(nmea::time_of_day("235959"), 86399);
+  EXPECT_EQ(nmea::time_of_day("240000"), std::nullopt);
+  EXPECT_EQ(nmea::time_of_day("1230"), std::nullopt);
+  EXPECT_EQ(nmea::time_of_day("123000x1"), std::nullopt);
+  EXPECT_EQ(nmea::date_ddmmyy("010814"), 16283) << "1 August 2014";
+  EXPECT_EQ(nmea::date_ddmmyy("311299"), 10956) << "31 December 1999";
+  EXPECT_EQ(nmea::date_ddmmyy("290223"), std::nullopt) << "no 29 February in 2023";
+  EXPECT_EQ(nmea::date_dmy("01", "08", "2014"), 16283);
+  EXPECT_EQ(nmea::date_dmy("1", "8", "14"), std::nullopt);
+  EXPECT_EQ(nmea::number("+.5"), 0.5);
+  EXPECT_EQ(nmea::number("1e3"), std::nullopt) << "no exponents in NMEA fields";
+}
+
+// Feeds lines and reads the entries back at tick 1000 (fresh) or 9000 (stale, 3 s timeout).
+class nmea_server_test : public testing::Test {
+ protected:
+  double value(int index, clock_tick t = 1000) const {
+    double v = -1;
+    status_ = server_.get_value(index, t, &v);
+    return v;
+  }
+  int status(int index, clock_tick t = 1000) const {
+    value(index, t);
+    return status_;
+  }
+
+  nmea::nmea_server server_{nullptr, "GPS"};
+  mutable int status_ = 0;
+};
+
+TEST_F(nmea_server_test, sentences_fill_the_entries_in_base_units) {
+  const std::string lines[] = {
+      "$GPZDA,201530.00,04,07,2002,00,00*60",
+      with_checksum("GPGGA,201531.00,4916.45,N,12311.12,W,2,08,0.9,545.4,M,46.9,M,,"),
+      with_checksum("GPVTG,054.7,T,034.4,M,005.5,N,010.2,K,A"),
+      with_checksum("SDHDG,229.8,,,1.3,E"),
+  };
+  for (const std::string& line : lines)
+    EXPECT_EQ(server_.feed(line, 1000), nmea::line_result::used) << line;
+  EXPECT_EQ(value(nmea::entry::utc_time), 1025813731.0) << "2002-07-04 20:15:31 UTC";
+  EXPECT_NEAR(value(nmea::entry::latitude), (49 + 16.45 / 60) * deg, 1e-15);
+  EXPECT_NEAR(value(nmea::entry::longitude), -(123 + 11.12 / 60) * deg, 1e-15);
+  EXPECT_EQ(value(nmea::entry::fix_quality), 2);
+  EXPECT_EQ(value(nmea::entry::satellites), 8);
+  EXPECT_EQ(value(nmea::entry::hdop), 0.9);
+  EXPECT_EQ(value(nmea::entry::antenna_height), 545.4);
+  EXPECT_NEAR(value(nmea::entry::course), 54.7 * deg, 1e-15);
+  EXPECT_NEAR(value(nmea::entry::speed), 5.5 * 1852 / 3600, 1e-12);
+  EXPECT_NEAR(value(nmea::entry::heading), 231.1 * deg, 1e-12) << "magnetic + east variation";
+  EXPECT_EQ(status(nmea::entry::heading), numeric_status::fresh);
+  EXPECT_EQ(status(nmea::entry::heading, 4000), numeric_status::stale) << "3 s old";
+  EXPECT_EQ(server_.get_update_time(), 1000u);
+
+  EXPECT_EQ(server_.entry_count(), 10);
+  EXPECT_EQ(server_.entry_index("Speed over ground"), nmea::entry::speed);
+  nmrc_info info;
+  server_.describe(nmea::entry::latitude, info);
+  EXPECT_EQ(info.type_id(), numeric_type::latitude);
+}
+
+TEST_F(nmea_server_test, no_fix_leaves_the_position_without_data) {
+  server_.feed(with_checksum("GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W"),
+               1000);
+  EXPECT_EQ(status(nmea::entry::latitude), numeric_status::fresh);
+  EXPECT_EQ(value(nmea::entry::utc_time), 764426119.0) << "1994-03-23 12:35:19 UTC";
+  EXPECT_NEAR(value(nmea::entry::speed), 22.4 * 1852 / 3600, 1e-12);
+  server_.feed(with_checksum("GPGGA,235952.00,0000.0000,N,00000.0000,E,0,00,0.0,,M,,M,,"), 2000);
+  EXPECT_EQ(status(nmea::entry::latitude), numeric_status::no_data) << "quality 0";
+  EXPECT_EQ(value(nmea::entry::fix_quality), 0);
+  server_.feed(with_checksum("GPRMC,000002.00,A,4807.038,N,01131.000,E,,,240394,,"), 3000);
+  EXPECT_EQ(status(nmea::entry::longitude), numeric_status::fresh);
+  server_.feed(with_checksum("GPGLL,4807.038,N,01131.000,E,000003.00,V,N"), 3000);
+  EXPECT_EQ(status(nmea::entry::longitude), numeric_status::no_data) << "GLL status V";
+}
+
+TEST_F(nmea_server_test, a_time_of_day_goes_on_the_nearest_day) {
+  // 23:59:59 on 3 March, then GGA times just after and long before midnight.
+  server_.feed(with_checksum("GPZDA,235959,03,03,2024,,"), 1000);
+  server_.feed(with_checksum("GPGGA,000001,,,,,0,,,,,,,,"), 1000);
+  EXPECT_EQ(value(nmea::entry::utc_time), 1709510401.0) << "4 March 00:00:01";
+  server_.feed(with_checksum("GPGGA,120000,,,,,0,,,,,,,,"), 1000);
+  EXPECT_EQ(value(nmea::entry::utc_time), 1709553600.0) << "4 March 12:00:00";
+  // Before any date, the reference time decides the day, in any zone.
+  scoped_env tz("TZ", "Pacific/Auckland");
+  nmea::nmea_server fresh(nullptr, "x");
+  fresh.set_reference_time(timedate(1709510401.0 + seconds_1901_to_1970));
+  fresh.feed(with_checksum("GPGGA,235950,,,,,0,,,,,,,,"), 0);
+  EXPECT_EQ(fresh.last_time()->value() - seconds_1901_to_1970, 1709510390.0) << "3 March";
+}
+
+TEST_F(nmea_server_test, counts_what_it_skips) {
+  const std::tuple<std::string, nmea::line_result> rows[] = {
+      {"# comment", nmea::line_result::no_sentence},
+      {"$GPHDT,218.53,T*00", nmea::line_result::rejected},
+      {std::string("$GPHDT,\0", 8), nmea::line_result::rejected},
+      {with_checksum("GPGSV,3,1,12"), nmea::line_result::unused},
+      {with_checksum("GPHDT,,T"), nmea::line_result::unused},
+      {with_checksum("PSXN,20,1"), nmea::line_result::unused},
+      {with_checksum("GPVTG,054.7,T,034.4,M,005.5,N,010.2,K,N"), nmea::line_result::unused},
+      {with_checksum("GPVTG,054.7,034.4,005.5,010.2"), nmea::line_result::used},
+  };
+  for (const auto& [line, result] : rows)
+    EXPECT_EQ(server_.feed(line, 5), result) << line;
+  const nmea::line_counts& c = server_.counts();
+  EXPECT_EQ(std::tuple(c.lines, c.no_sentence, c.bad_checksum, c.malformed, c.unused, c.used),
+            std::tuple(8u, 1u, 1u, 1u, 4u, 1u));
+  EXPECT_NEAR(value(nmea::entry::course, 5), 54.7 * deg, 1e-15) << "old VTG without letters";
+}
+
+}  // namespace
+}  // namespace kyo::test
