@@ -67,3 +67,4 @@
 #include <kyo/nmea/line_source.h>
 #include <kyo/nmea/nmea_server.h>
 #include <kyo/nmea/sentence.h>
+#include <kyo/nmea/simulator.h>

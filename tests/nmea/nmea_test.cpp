@@ -2,6 +2,7 @@
 // into entries with statuses. Expected values are worked out by hand from the sentence texts.
 #include <kyo/nmea/nmea_server.h>
 #include <kyo/nmea/sentence.h>
+#include <kyo/nmea/simulator.h>
 #include <kyo/numerics/numeric.h>
 
 #include <gtest/gtest.h>
@@ -187,6 +188,43 @@ TEST_F(nmea_server_test, counts_what_it_skips) {
   EXPECT_EQ(std::tuple(c.lines, c.no_sentence, c.bad_checksum, c.malformed, c.unused, c.used),
             std::tuple(8u, 1u, 1u, 1u, 4u, 1u));
   EXPECT_NEAR(value(nmea::entry::course, 5), 54.7 * deg, 1e-15) << "old VTG without letters";
+}
+
+// A simulated survey replayed through the server gives back its own positions to the printed
+// precision (a millionth of a minute), its times, courses and speed.
+TEST(nmea_simulator, replays_to_its_own_states) {
+  nmea::survey_plan plan;
+  plan.line_count = 3;
+  plan.line_length_m = 200;
+  const nmea::survey_simulator sim(plan);
+  const double per_minute = deg / 60;
+  ASSERT_EQ(sim.epoch_count(), 1 + static_cast<std::int64_t>((3 * 200 + 2 * std::numbers::pi * 25) /
+                                                             (5 * 1852.0 / 3600)));
+  nmea::nmea_server server(nullptr, "sim");
+  for (std::int64_t i = 0; i < sim.epoch_count(); ++i) {
+    const std::string text = sim.sentences(i);
+    std::size_t at = 0;
+    for (std::size_t nl; (nl = text.find('\n', at)) != std::string::npos; at = nl + 1)
+      ASSERT_EQ(server.feed(text.substr(at, nl + 1 - at), 0), nmea::line_result::used);
+    const nmea::vessel_state v = sim.state(i);
+    double lat = 0, lon = 0, t = 0, cog = 0;
+    server.get_value(nmea::entry::latitude, 0, &lat);
+    server.get_value(nmea::entry::longitude, 0, &lon);
+    server.get_value(nmea::entry::utc_time, 0, &t);
+    server.get_value(nmea::entry::course, 0, &cog);
+    ASSERT_NEAR(lat, v.lat_rad, 0.5e-6 * per_minute) << i;
+    ASSERT_NEAR(lon, v.lon_rad, 0.5e-6 * per_minute) << i;
+    ASSERT_EQ(t + seconds_1901_to_1970, v.time.value()) << i;
+    ASSERT_NEAR(std::remainder(cog - v.course_rad, 2 * std::numbers::pi), 0, 0.005 * deg) << i;
+  }
+  EXPECT_EQ(server.counts().rejected(), 0u);
+  // Same plan, same bytes; the first line runs north-east, the second back south-west.
+  EXPECT_EQ(nmea::survey_simulator(plan).sentences(7), sim.sentences(7));
+  EXPECT_NEAR(sim.state(10).course_rad, 45 * deg, 1e-12);
+  EXPECT_NEAR(sim.state(sim.epoch_count() / 2).course_rad, 225 * deg, 1e-9);
+  EXPECT_EQ(nmea::survey_simulator::latitude_text(-(9 + 59.9999996 / 60) * deg), "1000.000000,S")
+      << "rounding carries into the degrees";
+  EXPECT_EQ(nmea::survey_simulator::longitude_text(2.5 * deg), "00230.000000,E");
 }
 
 }  // namespace
