@@ -23,10 +23,8 @@ mobile_shape::mobile_shape(server* parent, const std::string& name) : server(par
 mobile_shape::mobile_shape(const mobile_shape& other)
     : streamable(other), server_lock(), server(other), bounds_(other.bounds_) {
   components_.reserve(other.components_.size());
-  for (const auto& c : other.components_) {
+  for (const auto& c : other.components_)
     components_.push_back(c->clone());
-    components_.back()->owned_ = true;
-  }
 }
 
 mobile_shape::mobile_shape(streamable_init_t) : server(streamable_init) {}
@@ -36,7 +34,6 @@ mobile_shape::~mobile_shape() = default;
 void mobile_shape::add(std::unique_ptr<shape_component> c) {
   if (c == nullptr) return;
   const drect b = c->get_bounds();
-  c->owned_ = true;
   components_.push_back(std::move(c));
   bounds_ = components_.size() == 1 ? b : bounds_ | b;
 }
@@ -44,11 +41,8 @@ void mobile_shape::add(std::unique_ptr<shape_component> c) {
 void mobile_shape::modify(std::unique_ptr<shape_component> c, int index) {
   if (c == nullptr || index < 0) return;
   const auto at = static_cast<std::size_t>(index);
-  while (components_.size() <= at) {
+  while (components_.size() <= at)
     components_.push_back(std::make_unique<shape_line>());
-    components_.back()->owned_ = true;
-  }
-  c->owned_ = true;
   components_[at] = std::move(c);
   compute_bounds();
 }

@@ -86,7 +86,7 @@ drect shape_line::get_bounds() const {
   return r;
 }
 
-bool shape_line::operator==(const shape_component& o) const {
+bool shape_line::equals(const shape_component& o) const {
   const auto* l = dynamic_cast<const shape_line*>(&o);
   return l != nullptr && l->points_ == points_;
 }
@@ -150,7 +150,7 @@ drect shape_ellipse::get_bounds() const {
           centre_.y + ellipse_.b};
 }
 
-bool shape_ellipse::operator==(const shape_component& o) const {
+bool shape_ellipse::equals(const shape_component& o) const {
   static_assert(sizeof(dellipse) == 24, "an ellipse is compared as its 24 bytes");
   const auto* e = dynamic_cast<const shape_ellipse*>(&o);
   return e != nullptr && e->centre_ == centre_ &&

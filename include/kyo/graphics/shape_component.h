@@ -36,7 +36,9 @@ class KYO_EXPORT shape_component : public virtual streamable {
   /// True when the component draws nothing.
   [[nodiscard]] virtual bool is_empty() const = 0;
   /// Exact comparison with another component; components of different classes differ.
-  [[nodiscard]] virtual bool operator==(const shape_component& o) const = 0;
+  [[nodiscard]] virtual bool equals(const shape_component& o) const = 0;
+  /// a.equals(b): one comparison for every pair of components, whatever their classes.
+  friend bool operator==(const shape_component& a, const shape_component& b) { return a.equals(b); }
 
  protected:
   shape_component() = default;
@@ -46,8 +48,8 @@ class KYO_EXPORT shape_component : public virtual streamable {
 
  private:
   friend class mobile_shape;
-  // Set while a shape holds the component, so that a damaged stream cannot hand one component
-  // to two shapes.
+  // Set when a shape reading a stream takes the component, so that a damaged stream cannot hand
+  // one component to two shapes.
   bool owned_ = false;
 };
 
@@ -89,7 +91,7 @@ class KYO_EXPORT shape_line final : public shape_component {
   /// True without points.
   [[nodiscard]] bool is_empty() const override { return points_.empty(); }
   /// Same point count and equal points at each index.
-  [[nodiscard]] bool operator==(const shape_component& o) const override;
+  [[nodiscard]] bool equals(const shape_component& o) const override;
 
  private:
   std::vector<dpoint> points_;
@@ -142,7 +144,7 @@ class KYO_EXPORT shape_ellipse final : public shape_component {
   /// Never: an ellipse always draws.
   [[nodiscard]] bool is_empty() const override { return false; }
   /// Equal centres and the same 24 bytes of ellipse (so -0 and 0 differ).
-  [[nodiscard]] bool operator==(const shape_component& o) const override;
+  [[nodiscard]] bool equals(const shape_component& o) const override;
 
  private:
   dpoint centre_;
