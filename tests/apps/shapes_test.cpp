@@ -66,6 +66,7 @@ TEST(kyo_shapes, refuses_bad_descriptions_names_and_files) {
        {"remove", lib, "Z"},
        "1||kyo shapes: no shape named 'Z' in '" + lib + "'\n"},
       {"no such file", {"list", missing}, "1||kyo shapes: no such file '" + missing + "'\n"},
+      {"a folder", {"list", dir.file("")}, "1||kyo shapes: cannot read '" + dir.file("") + "'\n"},
       {"another kind of file",
        {"add", foreign, "B", "line 0,0"},
        "1||kyo shapes: '" + foreign + "' is not a KYO II Mobile Shape Definition File\n"},

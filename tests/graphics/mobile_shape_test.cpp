@@ -74,9 +74,10 @@ TEST(mobile_shape, keeps_bounds_emptiness_and_text) {
   s.scale({2, -1});
   s.shift({1, 1});
   EXPECT_EQ(s.get_bounds(), (drect{-19, 3.25, 13, -7}));
+  EXPECT_EQ(*s.get(0), shape_line({{4, 3.25}, {-19, -3}}));
   EXPECT_EQ(*s.get(1), shape_ellipse({5, -2}, {8, -5, 0.5}));
   s.modify(line({{0, 0}, {1, 1}}), 3);
-  EXPECT_EQ(s.count(), 4);
+  EXPECT_TRUE(s.count() == 4 && s.get(4) == nullptr && s.get(-1) == nullptr);
   EXPECT_TRUE(s.get(2)->is_empty()) << "the gap is filled with empty lines";
   EXPECT_TRUE(s.destroy(0) && s.destroy(0) && !s.destroy(2));
   EXPECT_EQ(s.get_bounds(), (drect{0, 0, 1, 1}));

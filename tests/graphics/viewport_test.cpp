@@ -90,6 +90,7 @@ TEST(viewport, maps_the_window_with_and_without_aspect_and_clip_region) {
   v.set_bounds({0, 0, 200, 100});
   EXPECT_EQ(v.world_to_screen({0, 0}), (ipoint{0, 100}));
   EXPECT_EQ(v.world_to_screen({100, 100}), (ipoint{200, 0}));
+  EXPECT_EQ(v.world_to_screen({std::nan(""), -1e300}), (ipoint{0, 2147483647})) << "saturated";
   EXPECT_EQ(v.world_per_pixel(), (dsize{0.5, 1}));
   v.set_bounds({0, 0, 200, 200});
   EXPECT_EQ(v.screen_to_world({0, 100}), (dpoint{-0.25, 50.25})) << "the half pixel stays";
