@@ -205,10 +205,6 @@ void remember(cached_file entry) {
   }
 }
 
-void forget(const std::string& path) {
-  cache.remove_if([&](const cached_file& c) { return c.path == path; });
-}
-
 struct load_result {
   std::shared_ptr<const parsed_file> parsed;  // null on error
   std::error_code error;
@@ -226,11 +222,7 @@ load_result load(const std::string& path) {
       std::chrono::duration_cast<std::chrono::nanoseconds>(wall_clock_now().time_since_epoch())
           .count();
   struct stat st;
-  if (::stat(path.c_str(), &st) != 0) {
-    const int e = errno;
-    forget(path);
-    return {nullptr, errno_code(e)};
-  }
+  if (::stat(path.c_str(), &st) != 0) return {nullptr, errno_code(errno)};
   const file_identity identity = identity_of(st);
   for (auto it = cache.begin(); it != cache.end(); ++it) {
     if (it->path != path) continue;
@@ -452,9 +444,7 @@ std::error_code modify(std::string_view dos_file, const edit& e) {
   if (bytes.size() > profile_max_file_size) return std::make_error_code(std::errc::file_too_large);
   std::optional<std::string> old_bytes;
   if (current.parsed) old_bytes = serialize(current.parsed->lines);
-  // The next read parses the file again: another program may write it within
-  // the same time stamp step.
-  forget(path);
+  // The cached parse goes stale by itself: the write gives the file a new time stamp.
   return profile_store::store(path, old_bytes, bytes);
 }
 

@@ -6,11 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
-#include <ctime>
 #include <filesystem>
 
 #include <kyo/platform/profile.h>
@@ -25,19 +23,11 @@ std::error_code errno_code(int e) {
 
 // Temporary names are random, so that files left by a process that was killed
 // (even one with the same process id, as in containers) never stand in the way.
-std::string random_suffix() {
+std::optional<std::string> random_suffix() {
   std::uint64_t bits = 0;
-  if (::getrandom(&bits, sizeof bits, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof bits)) {
-    static std::atomic<std::uint64_t> counter{0};
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    bits = (static_cast<std::uint64_t>(now.tv_sec) << 30) ^
-           static_cast<std::uint64_t>(now.tv_nsec) ^
-           (static_cast<std::uint64_t>(::getpid()) << 44) ^ counter.fetch_add(1);
-  }
+  if (::getrandom(&bits, sizeof bits, 0) != static_cast<ssize_t>(sizeof bits)) return std::nullopt;
   char text[16];
-  const auto end = std::to_chars(text, text + sizeof text, bits, 16).ptr;
-  return std::string(text, end);
+  return std::string(text, std::to_chars(text, text + sizeof text, bits, 16).ptr);
 }
 
 std::error_code write_all(int fd, std::string_view bytes, std::size_t at) {
@@ -58,16 +48,10 @@ void close_and_remove(int fd, const std::string& path) {
 }
 
 // Gives the new file the owner, group and mode of the one it replaces; false when
-// this process may not (another user's file written by an ordinary user).
+// this process may not (another user's file written by an ordinary user). The mode
+// comes after the owner, whose change may clear the set-id bits.
 bool take_identity(int fd, const struct stat& old) {
-  struct stat st;
-  if (::fstat(fd, &st) != 0) return false;
-  if ((st.st_uid != old.st_uid || st.st_gid != old.st_gid) &&
-      ::fchown(fd, old.st_uid, old.st_gid) != 0) {
-    return false;
-  }
-  // After the owner: changing it may clear the set-id bits.
-  return ::fchmod(fd, old.st_mode & 07777) == 0;
+  return ::fchown(fd, old.st_uid, old.st_gid) == 0 && ::fchmod(fd, old.st_mode & 07777) == 0;
 }
 
 // Writes `bytes` to a new file beside `path` and renames it over `path`, so that a
@@ -82,7 +66,9 @@ std::optional<std::error_code> replace(const std::string& path, const struct sta
   int fd = -1;
   std::string temp;
   for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-    temp = folder + "/." + target.filename().string() + ".kyo-" + random_suffix();
+    const std::optional<std::string> suffix = random_suffix();
+    if (!suffix) return errno_code(errno);
+    temp = folder + "/." + target.filename().string() + ".kyo-" + *suffix;
     // 0666 lets the umask decide the mode of a new file, as for any file a program creates.
     fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0 && errno != EEXIST) {

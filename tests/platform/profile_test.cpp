@@ -179,7 +179,7 @@ TEST_F(profile_test, writes_change_only_their_lines_and_refuse_what_would_not_re
 
 TEST_F(profile_test, the_cache_trusts_a_parse_only_once_the_time_stamp_has_settled) {
   const kyo::test::scoped_env zone("TZ", "Europe/London");
-  const auto stamp = kyo::test::fake_wall_clock::utc(2024, 3, 31, 1, 0, 0);  // clocks go forward
+  const auto stamp = kyo::test::fake_wall_clock::utc(2024, 3, 31, 1, 0, 0, 500);  // BST begins
   kyo::test::fake_wall_clock clock(stamp);
   const auto rewrite = [&](const std::string& name, const char* bytes, int stamp_s) {
     dir_.write(name, bytes);
