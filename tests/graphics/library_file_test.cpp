@@ -174,13 +174,19 @@ TEST_F(library_test, leaves_foreign_damaged_and_cut_files_alone) {
     ASSERT_TRUE(lib.add_at(a, 0, false, 0) && lib.add_at(b, 0, false, 1));
   }
   const std::string valid = dir.read("shapes.lib");
-  std::vector<damaged_stream> files = damaged_copies(valid, {0x80});
+  // Hand-made damage first: each of these, like every truncation, must be refused.
   const std::size_t end = valid.size();
-  files.push_back({"another kind", head("KYO II Alarm File", "0.12") + valid.substr(45), false});
-  files.push_back({"another version", header.substr(0, 39) + "3" + valid.substr(40), false});
-  files.push_back({"index beyond the end", header + le32(9999) + valid.substr(49), false});
-  files.push_back({"cross-reference out of range",
-                   valid.substr(0, end - 16) + le32(5) + valid.substr(end - 12), false});
+  const std::uint32_t at_b = 49 + std::uint32_t(record(a).size());
+  std::vector<damaged_stream> files = {
+      {"another kind", head("KYO II Alarm File", "0.12") + valid.substr(45), true},
+      {"another version", header.substr(0, 39) + "3" + valid.substr(40), true},
+      {"index beyond the end", header + le32(9999) + valid.substr(49), true},
+      {"more positions than items",
+       valid.substr(0, at_b + record(b).size()) + index({{"A", 0, false, 0}}, {49, at_b}), true},
+      {"cross-reference out of range", valid.substr(0, end - 16) + le32(5) + valid.substr(end - 12),
+       true}};
+  for (damaged_stream& d : damaged_copies(valid, {0x80}))
+    files.push_back(std::move(d));
   for (const damaged_stream& d : files) {
     SCOPED_TRACE(d.what);
     dir.write("bad.lib", d.bytes);
@@ -189,11 +195,11 @@ TEST_F(library_test, leaves_foreign_damaged_and_cut_files_alone) {
     for (int i = 0; i < lib.count(); ++i)
       (void)lib.load(i);  // a shape or null, never a crash
     EXPECT_TRUE(lib.is_writable() == (lib.count() > 0));
+    EXPECT_FALSE(d.truncated && lib.is_writable());
     if (!lib.is_writable()) {
       EXPECT_FALSE(lib.add_at(c, 0, false, 0) || lib.destroy(0));
       EXPECT_EQ(dir.read("bad.lib"), d.bytes) << "the file stays as it was";
     } else if (lib.destroy(0)) {
-      EXPECT_FALSE(d.truncated);
       EXPECT_TRUE(lib.add_at(c, 0, false, 0));
     }
   }

@@ -317,8 +317,9 @@ TEST(mm_converter, counts_printers_in_logical_pixels) {
   EXPECT_EQ(m.mm_to_pixel(254, 254), (ipoint{300, 300})) << "an inch";
   EXPECT_EQ(m.pixel_to_mm(300, 300), (ipoint{254, 254}));
   EXPECT_EQ(mm_converter{recording_surface(printer, 3)}.res_x, 7200) << "device to logical";
-  const device_caps unknown{{0, 0}, {0, 0}, {100, 100}, false};
-  EXPECT_EQ(mm_converter{recording_surface(unknown)}.mm_to_pixel(10, 10), (ipoint{0, 0}));
+  const device_caps no_ppi{{0, 0}, {100, 100}, {1000, 1000}, false};
+  EXPECT_EQ(mm_converter{recording_surface(no_ppi, 0)}.mm_to_pixel(10, 10), (ipoint{10, 10}))
+      << "no logical resolution: factor 1, and at least one logical unit per pixel";
   // a b / c, halves away from zero, saturated, 0 for c = 0.
   const int abc[] = {1, 1, 2, -1, 1, 2, 3,  1, 2, 5, 1,          3, 1, -3,
                      2, 2, 3, 6,  2, 3, -6, 7, 7, 0, 2147483647, 4, 2};
