@@ -4,6 +4,7 @@
 
 #include "apps/kyo_run.h"
 #include "core/object_stream_types.h"
+#include "support/stream_bytes.h"
 #include "support/temp_dir.h"
 
 namespace kyo::test {
@@ -20,10 +21,6 @@ void expect_parts(const std::string& text, const std::vector<std::string>& parts
     EXPECT_NE(text.find(part), std::string::npos) << "no \"" << part << "\" in\n" << text;
 }
 
-std::string header(const std::string& signature, const char (&version)[9]) {
-  return signature + '\0' + std::string(version, 8) + '\x1a';
-}
-
 // The sample tree as one object stream, optionally with self-contained records.
 std::string sample_stream(bool self_contained) {
   auto tree = make_sample_tree();
@@ -34,14 +31,12 @@ std::string sample_stream(bool self_contained) {
   return body.str();
 }
 
-std::string le32(std::uint32_t v) {
-  return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)};
-}
+using bytes::le32;
 
 TEST(kyo_inspect, lists_header_records_references_and_nulls) {
   temp_dir dir;
   const std::string file = dir.file("survey.cfg");
-  write_file(file, header("KYO TEST FILE", "1.0\0\0\0\0\0") + sample_stream(false) + '\0');
+  write_file(file, bytes::config_header("KYO TEST FILE", "1.0") + sample_stream(false) + '\0');
   const std::string r = inspect({file});
   EXPECT_TRUE(r.starts_with("0|")) << r;
   expect_parts(
@@ -53,7 +48,7 @@ TEST(kyo_inspect, lists_header_records_references_and_nulls) {
 
 TEST(kyo_inspect, lists_a_library_index_behind_self_contained_records) {
   temp_dir dir;
-  const std::string head = header("KYO II Mobile Shape Definition File", "0.12\0\0\0\0");
+  const std::string head = bytes::config_header("KYO II Mobile Shape Definition File", "0.12");
   const std::string body = sample_stream(true);
   const std::uint32_t first = std::uint32_t(head.size() + 4);
   const std::uint32_t index_at = std::uint32_t(first + body.size());
@@ -76,7 +71,7 @@ TEST(kyo_inspect, fails_on_what_is_no_stream_or_a_damaged_one) {
   temp_dir dir;
   const std::string file = dir.file("f.bin");
   const std::string body = sample_stream(false);
-  const std::string head = header("KYO TEST FILE", "1.0\0\0\0\0\0");
+  const std::string head = bytes::config_header("KYO TEST FILE", "1.0");
   const std::string fifo = dir.file("fifo");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   struct row {

@@ -9,6 +9,7 @@
 
 #include "core/object_stream_types.h"
 #include "support/damaged_streams.h"
+#include "support/stream_bytes.h"
 
 namespace kyo::test {
 namespace {
@@ -41,23 +42,7 @@ read_result read_node(const std::string& data) {
   return {is.good(), is.error(), delete_orphans(before)};
 }
 
-std::string le32(std::uint32_t v) {
-  std::string s(4, '\0');
-  for (int i = 0; i < 4; ++i)
-    s[i] = static_cast<char>(v >> (8 * i));
-  return s;
-}
-
-// An object record of class `cls`; `length` overrides the record length written.
-std::string record(const std::string& cls, const std::string& body,
-                   std::uint32_t length = 0xFFFFFFFF) {
-  return "\x02"s + le32(std::uint32_t(cls.size())) + cls + le32(1) +
-         le32(length != 0xFFFFFFFF ? length : std::uint32_t(body.size())) + body;
-}
-
-std::string segment(const std::string& bytes) {
-  return std::string(1, '\x10') + le32(std::uint32_t(bytes.size())) + bytes;
-}
+using namespace bytes;
 
 TEST(object_stream_corrupt, truncated_or_flipped_streams_fail_cleanly) {
   const std::string data = sample_stream();
@@ -85,38 +70,37 @@ TEST(object_stream_corrupt, hostile_counts_and_lengths_fail_before_allocating) {
   };
   const std::string node_name = "test_node";
   // A node body up to its child count: name "", value, x, parent null.
-  const std::string plain = segment(le32(0) + le32(0) + std::string(8, '\0'));
+  const std::string plain = seg(le32(0) + le32(0) + std::string(8, '\0'));
   const std::string head = plain + std::string(1, 0);
   // root's children: a new node whose parent is root, then the same node again.
   const std::string child =
-      record(node_name, plain + "\x01" + le32(0) + segment(le32(0)) + std::string(1, 0));
+      rec(node_name, plain + "\x01" + le32(0) + seg(le32(0)) + std::string(1, 0));
   const std::string two_owners =
-      record(node_name, head + segment(le32(2)) + child + "\x01" + le32(1) + std::string(1, 0));
+      rec(node_name, head + seg(le32(2)) + child + "\x01" + le32(1) + std::string(1, 0));
   // Each node's parent pointer is a new node record, 1000 deep.
   std::string deep = std::string(1, 0);
   for (int i = 0; i < 1000; ++i)
-    deep = record(node_name, plain + deep);
+    deep = rec(node_name, plain + deep);
   const row rows[] = {
-      {"child count of 4 billion", record(node_name, head + segment(le32(0xFFFFFFF0))),
+      {"child count of 4 billion", rec(node_name, head + seg(le32(0xFFFFFFF0))),
        "larger than what is left"},
-      {"string length of 4 billion", record(node_name, segment(le32(0xFFFFFFF0) + "abc")),
+      {"string length of 4 billion", rec(node_name, seg(le32(0xFFFFFFF0) + "abc")),
        "longer than what is left"},
-      {"record length beyond the input", record(node_name, head, 1u << 31),
+      {"record length beyond the input", "\x02"s + str(node_name) + le32(1) + le32(1u << 31) + head,
        "runs past the end of the input"},
       {"segment length beyond its record",
-       record(node_name, std::string(1, '\x10') + le32(1000) + "xx"), "past the end"},
-      {"empty data segment", record(node_name, segment("")), "empty data segment"},
+       rec(node_name, std::string(1, '\x10') + le32(1000) + "xx"), "past the end"},
+      {"empty data segment", rec(node_name, seg("")), "empty data segment"},
       {"class name length of 4 billion", std::string(1, '\x02') + le32(0xFFFFFFFF), "class name"},
-      {"unknown class", record("no_such_class", ""), "unknown class 'no_such_class'"},
+      {"unknown class", rec("no_such_class", ""), "unknown class 'no_such_class'"},
       {"reference before any object", std::string(1, '\x01') + le32(0), "has not been read"},
-      {"reference to a later object", record(node_name, plain + "\x01" + le32(5)),
+      {"reference to a later object", rec(node_name, plain + "\x01" + le32(5)),
        "has not been read"},
       {"unknown tag", std::string(1, '\x07'), "unknown record tag"},
       {"data where an object belongs",
-       record(node_name, segment(le32(0) + le32(0) + std::string(9, '\0'))),
-       "expected an object pointer"},
-      {"object where data belong", record(node_name, std::string(1, '\x00')), "expected data"},
-      {"scoped record nested", record(node_name, plain + "\x03"), "self-contained"},
+       rec(node_name, seg(le32(0) + le32(0) + std::string(9, '\0'))), "expected an object pointer"},
+      {"object where data belong", rec(node_name, std::string(1, '\x00')), "expected data"},
+      {"scoped record nested", rec(node_name, plain + "\x03"), "self-contained"},
       {"child claimed by two owners", two_owners, "does not belong"},
       {"nesting 1000 deep", deep, "too deeply"},
   };

@@ -11,21 +11,14 @@
 
 #include "support/damaged_streams.h"
 #include "support/recording_ui.h"
+#include "support/stream_bytes.h"
 #include "support/temp_dir.h"
 
 namespace kyo::test {
 namespace {
 
-std::string le32(std::uint32_t v) {
-  return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)};
-}
-
-/// A configuration header: the signature with its NUL, the version padded to 8 bytes, 0x1A.
-std::string head(const std::string& signature, std::string version) {
-  version.resize(8, '\0');
-  return signature + '\0' + version + '\x1A';
-}
-const std::string header = head("KYO II Mobile Shape Definition File", "0.12");
+using bytes::le32;
+const std::string header = bytes::config_header("KYO II Mobile Shape Definition File", "0.12");
 
 std::string names(const string_array& list) {
   std::string out;
@@ -178,7 +171,7 @@ TEST_F(library_test, leaves_foreign_damaged_and_cut_files_alone) {
   const std::size_t end = valid.size();
   const std::uint32_t at_b = 49 + std::uint32_t(record(a).size());
   std::vector<damaged_stream> files = {
-      {"another kind", head("KYO II Alarm File", "0.12") + valid.substr(45), true},
+      {"another kind", bytes::config_header("KYO II Alarm File", "0.12") + valid.substr(45), true},
       {"another version", header.substr(0, 39) + "3" + valid.substr(40), true},
       {"index beyond the end", header + le32(9999) + valid.substr(49), true},
       {"more positions than items",

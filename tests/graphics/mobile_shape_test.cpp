@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "support/damaged_streams.h"
+#include "support/stream_bytes.h"
 
 namespace kyo::test {
 namespace {
@@ -106,17 +107,7 @@ TEST(shape_component, compares_exactly_and_transfers_the_edit_record) {
             (std::vector<double>{9, 8, 7, 6}));
 }
 
-// Hand-made stream pieces: a 32-bit word, a data segment, an object record.
-std::string le32(std::uint32_t v) {
-  return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)};
-}
-std::string seg(const std::string& bytes) {
-  return "\x10" + le32(std::uint32_t(bytes.size())) + bytes;
-}
-std::string rec(const std::string& cls, const std::string& body) {
-  return "\x02" + le32(std::uint32_t(cls.size())) + cls + le32(1) +
-         le32(std::uint32_t(body.size())) + body;
-}
+using namespace bytes;
 /// A shape "x" with zero bounds: server part (version, name, no parent, no children), the name
 /// again, the component count and the component items.
 std::string shape_record(std::uint32_t count, const std::string& components) {

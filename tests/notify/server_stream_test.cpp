@@ -11,6 +11,7 @@
 
 #include "support/damaged_streams.h"
 #include "support/recording_client.h"
+#include "support/stream_bytes.h"
 
 namespace kyo::test {
 namespace {
@@ -95,24 +96,7 @@ std::string shape(const server& s) {
   return s.next(nullptr) == nullptr ? out : out + ")";
 }
 
-// Hand-made stream pieces.
-std::string le32(std::uint32_t v) {
-  std::string s(4, '\0');
-  for (int i = 0; i < 4; ++i)
-    s[i] = static_cast<char>(v >> (8 * i));
-  return s;
-}
-std::string seg(const std::string& bytes) {
-  return "\x10" + le32(std::uint32_t(bytes.size())) + bytes;
-}
-std::string rec(const std::string& cls, const std::string& body) {
-  return "\x02" + le32(std::uint32_t(cls.size())) + cls + le32(1) +
-         le32(std::uint32_t(body.size())) + body;
-}
-std::string ref(std::uint32_t id) {
-  return "\x01" + le32(id);
-}
-const std::string null_ptr(1, '\0');
+using namespace bytes;
 
 /// A count and the items.
 std::string items(const std::vector<std::string>& list) {

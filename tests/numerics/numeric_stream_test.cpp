@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "support/damaged_streams.h"
+#include "support/stream_bytes.h"
 #include "support/test_numeric_server.h"
 
 namespace kyo::test {
@@ -24,38 +25,15 @@ namespace {
 
 using namespace std::string_literals;
 
-// Builders of stream bytes, after the format of docs/object-stream.md.
-std::string u32(std::uint32_t v) {
-  std::string b(4, '\0');
-  for (int i = 0; i < 4; ++i)
-    b[std::size_t(i)] = char(v >> (8 * i));
-  return b;
-}
-std::string f64(double v) {
-  const auto bits = std::bit_cast<std::uint64_t>(v);
-  return u32(std::uint32_t(bits)) + u32(std::uint32_t(bits >> 32));
-}
-std::string str(std::string_view s) {
-  return u32(std::uint32_t(s.size())) + std::string(s);
-}
-std::string seg(const std::string& data) {
-  return "\x10" + u32(std::uint32_t(data.size())) + data;
-}
-const std::string null_item(1, '\0');
-std::string ref(std::uint32_t id) {
-  return "\x01" + u32(id);
-}
-std::string record(std::string_view cls, const std::string& body) {
-  return "\x02" + str(cls) + u32(1) + u32(std::uint32_t(body.size())) + body;
-}
+using namespace bytes;
 /// A numeric_server record: not hidden, timeout 100, browsable.
 std::string server_record(std::string_view name, const std::string& parent,
                           const std::vector<std::string>& children = {}) {
   std::string body = seg(str(name)) + parent +
-                     seg(u32(0) + u32(100) + u32(1) + u32(std::uint32_t(children.size())));
+                     seg(le32(0) + le32(100) + le32(1) + le32(std::uint32_t(children.size())));
   for (const std::string& c : children)
     body += c;
-  return record("numeric_server", body);
+  return rec("numeric_server", body);
 }
 
 /// Writes the objects into one stream.
@@ -110,16 +88,17 @@ TEST(numeric_stream, layout_of_a_numeric_with_its_server) {
       .unit_index = distance_unit::nautical_mile, .width = 10, .precision = 3};
   n.set_nmrc_data(d);
   const std::string server =
-      record("numeric_server",
-             seg(str("gps")) + null_item + seg(u32(0) + u32(0xFFFFFFFE) + u32(1) + u32(0)));
-  EXPECT_EQ(write<numeric>(&n), record("distance_nmrc", seg(u32(1) + u32(1)) + server +
-                                                            seg(u32(7) + u32(3) + u32(10) + u32(3) +
-                                                                f64(1.0 / 1852) + "nm\0\0"s)));
+      rec("numeric_server",
+          seg(str("gps")) + null_ptr + seg(le32(0) + le32(0xFFFFFFFE) + le32(1) + le32(0)));
+  EXPECT_EQ(write<numeric>(&n),
+            rec("distance_nmrc",
+                seg(le32(1) + le32(1)) + server +
+                    seg(le32(7) + le32(3) + le32(10) + le32(3) + f64(1.0 / 1852) + "nm\0\0"s)));
   geog_nmrc g(gps, 2, geog_format::minutes);
-  EXPECT_EQ(write<numeric>(&g), record("geog_nmrc", seg(u32(1)) + server + seg(u32(2) + "\1"s)));
+  EXPECT_EQ(write<numeric>(&g), rec("geog_nmrc", seg(le32(1)) + server + seg(le32(2) + "\1"s)));
   timedate_nmrc t(gps, 1, 7, 2);
   EXPECT_EQ(write<numeric>(&t),
-            record("timedate_nmrc", seg(u32(1)) + server + seg(u32(1) + u32(7) + u32(2))));
+            rec("timedate_nmrc", seg(le32(1)) + server + seg(le32(1) + le32(7) + le32(2))));
 }
 
 TEST(numeric_stream, a_tree_and_the_numerics_that_refer_into_it_come_back) {
@@ -183,26 +162,25 @@ TEST(numeric_stream, a_child_or_a_numeric_written_alone_brings_its_whole_tree) {
 }
 
 TEST(numeric_stream, impossible_trees_fail_the_stream) {
-  const std::string orphan = server_record("x", null_item);
+  const std::string orphan = server_record("x", null_ptr);
   const std::pair<const char*, std::string> rows[] = {
-      {"a child that names no parent", server_record("r", null_item, {orphan})},
+      {"a child that names no parent", server_record("r", null_ptr, {orphan})},
       {"a child that names another parent",
-       server_record("r", null_item,
-                     {server_record("x", null_item, {server_record("y", ref(0))})})},
-      {"a child listed twice", server_record("r", null_item, {server_record("x", ref(0)), ref(1)})},
-      {"a null child", server_record("r", null_item, {null_item})},
-      {"a server listed as its own child", server_record("r", null_item, {ref(0)})},
+       server_record("r", null_ptr, {server_record("x", null_ptr, {server_record("y", ref(0))})})},
+      {"a child listed twice", server_record("r", null_ptr, {server_record("x", ref(0)), ref(1)})},
+      {"a null child", server_record("r", null_ptr, {null_ptr})},
+      {"a server listed as its own child", server_record("r", null_ptr, {ref(0)})},
       {"a child of another class",
-       server_record("r", null_item, {record("numeric", null_item + seg(u32(0)))})},
+       server_record("r", null_ptr, {rec("numeric", null_ptr + seg(le32(0)))})},
       {"a parent that does not list the child written first",
-       server_record("x", server_record("p", null_item))},
+       server_record("x", server_record("p", null_ptr))},
       {"a parent pointer that makes a loop",
        server_record("x", server_record("p", ref(0), {ref(0)}))},
       {"a child count larger than the record",
-       record("numeric_server",
-              seg(str("r")) + null_item + seg(u32(0) + u32(0) + u32(0) + u32(0x7FFFFFFF)))},
+       rec("numeric_server",
+           seg(str("r")) + null_ptr + seg(le32(0) + le32(0) + le32(0) + le32(0x7FFFFFFF)))},
       {"a server written into an existing tree's record",
-       server_record("r", null_item, {server_record("x", ref(0))}) + server_record("late", ref(0))},
+       server_record("r", null_ptr, {server_record("x", ref(0))}) + server_record("late", ref(0))},
   };
   for (const auto& [what, bytes] : rows) {
     SCOPED_TRACE(what);
