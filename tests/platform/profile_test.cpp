@@ -19,16 +19,15 @@
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::string_literals;
+using namespace std::literals;
 
 class profile_test : public testing::Test {
  protected:
   std::string file(std::string_view name = "kyo.ini") { return dir_.file(name); }
 
-  // get_private_profile_string into a 100-character buffer, as the library's callers read.
   std::string get(const char* section, const char* key, const char* fallback,
                   std::string_view name = "kyo.ini") {
-    char buffer[100];
+    char buffer[100];  // as the library's callers read
     return std::string(buffer, kyo::get_private_profile_string(section, key, fallback, buffer,
                                                                sizeof buffer, file(name).c_str()));
   }
@@ -45,7 +44,7 @@ TEST_F(profile_test, reads_values_and_integers_by_the_classic_rules) {
              "=no name\r\n[custom]\r\nLater=in the second section of that name\r\n[CR]\rk=cr\r\r\n"
              "[N]\nplain=42\nblanks=  -17\nplus=+8\nhex=0x1F\nHEX=0X1f\nneghex=-0x10\n"
              "trailing=12abc\nletters=abc\nempty=\nquoted='7'\nwrap=4294967295\nbig=99999999999\n"
-             "min=2147483648\nbare=0x\n[ Spaced ]\r\nkey=v\r\n\x01\xff=junk\0tail\r\n"s +
+             "[ Spaced ]\r\nkey=v\r\n\x01\xff=junk\0tail\r\n"s +
                  huge + "=1\r\n[" + huge + "]\r\nlate=1\r\n");
   const std::tuple<const char*, const char*, const char*, const char*, std::string> rows[] = {
       {"names ignore case, blanks are trimmed", "CUSTOM", "outputnmrcscount", "d", "2,Line,44"},
@@ -73,10 +72,9 @@ TEST_F(profile_test, reads_values_and_integers_by_the_classic_rules) {
     EXPECT_EQ(get(section, key, fallback), expected);
   }
   const std::pair<const char*, int> numbers[] = {
-      {"plain", 42},       {"blanks", -17},          {"plus", 8},      {"hex", 31},
-      {"HEX", 31},         {"neghex", -16},          {"trailing", 12}, {"letters", 0},
-      {"empty", 99},       {"missing", 99},          {"quoted", 7},    {"wrap", -1},
-      {"big", 1215752191}, {"min", -2147483647 - 1}, {"bare", 0},
+      {"plain", 42}, {"blanks", -17}, {"plus", 8},      {"hex", 31},
+      {"HEX", 31},   {"neghex", -16}, {"trailing", 12}, {"letters", 0},
+      {"empty", 99}, {"quoted", 7},   {"wrap", -1},     {"big", 1215752191},
   };
   for (const auto& [key, expected] : numbers) {
     SCOPED_TRACE(key);
@@ -183,21 +181,20 @@ TEST_F(profile_test, the_cache_trusts_a_parse_only_once_the_time_stamp_has_settl
   kyo::test::fake_wall_clock clock(stamp);
   const auto rewrite = [&](const std::string& name, const char* bytes, int stamp_s) {
     dir_.write(name, bytes);
-    fs::last_write_time(dir_.path(name),
-                        fs::file_time_type::clock::from_sys(stamp + std::chrono::seconds(stamp_s)));
+    fs::last_write_time(dir_.path(name), fs::file_time_type::clock::from_sys(stamp + 1s * stamp_s));
   };
   // Read `after_s` seconds after the file's stamp, then rewritten with the same size and
   // stamp, as a file system with coarse stamps shows a second write within one step.
   for (const auto& [after_s, expected] : {std::pair{2, "old"}, {1, "new"}, {-60, "new"}}) {
     const std::string name = std::to_string(after_s);
     rewrite(name, "[A]\nk=old\n", 0);
-    clock.set(stamp + std::chrono::seconds(after_s));
+    clock.set(stamp + 1s * after_s);
     EXPECT_EQ(get("A", "k", "", name), "old");
     rewrite(name, "[A]\nk=new\n", 0);
     EXPECT_EQ(get("A", "k", "", name), expected) << after_s;
   }
   EXPECT_EQ(get("A", "k", "", "2"), "old") << "reading other files kept it in the cache";
-  clock.set(stamp + std::chrono::hours(1));
+  clock.set(stamp + 1h);
   rewrite("2", "[A]\nk=new\n", 1);
   EXPECT_EQ(get("A", "k", "", "2"), "new") << "a later stamp is seen";
 }
@@ -232,17 +229,20 @@ TEST_F(profile_test, writes_keep_every_name_owner_and_mode_and_ignore_stale_temp
     dir_.write(stale + std::to_string(::getpid()) + "-" + std::to_string(i), "[A]\nk=");
   ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
   kyo::test::hand_over(path);  // under root, another user's file
+  struct stat st;
+  const auto inode = [&] { return ::stat(path.c_str(), &st) == 0 ? st.st_ino : 0; };
+  const ino_t first = inode();
   std::string dos = file("SETTINGS/KYO.INI");
   std::ranges::replace(dos, '/', '\\');
   EXPECT_TRUE(kyo::write_private_profile_string("A", "k", "2", dos.c_str()));
+  EXPECT_NE(inode(), first) << "replaced through a rename, which a crash cannot tear";
   fs::create_symlink(path, dir_.path("link.ini"));
   EXPECT_TRUE(kyo::write_private_profile_string("A", "k", "3", file("link.ini").c_str()));
   EXPECT_TRUE(fs::is_symlink(dir_.path("link.ini")));
   fs::create_hard_link(path, dir_.path("Settings/hard.ini"));
   EXPECT_TRUE(kyo::write_private_profile_string("A", "k", "4", file("Settings/hard.ini").c_str()));
   EXPECT_EQ(get("A", "k", "", "Settings/Kyo.ini"), "4");
-  struct stat st;
-  ASSERT_EQ(::stat(path.c_str(), &st), 0);
+  inode();
   EXPECT_EQ(std::tie(st.st_nlink, st.st_uid, st.st_gid, st.st_mode),
             std::tuple(2u, kyo::test::unprivileged_uid(), kyo::test::unprivileged_gid(),
                        S_IFREG | 0640u));
