@@ -12,7 +12,7 @@ namespace kyo::cli {
 
 namespace {
 
-constexpr std::array families{add_ini, add_inspect, add_shapes, add_simulate};
+constexpr std::array families{add_ini, add_inspect, add_shapes, add_simulate, add_replay};
 
 /// The help of the command that `names` leads to from `kyo`, or nothing when a name is unknown.
 std::optional<std::string> help_of(CLI::App& kyo, const std::vector<std::string>& names) {

@@ -35,6 +35,7 @@ void add_ini(CLI::App& kyo, const streams& io, action& run);
 void add_inspect(CLI::App& kyo, const streams& io, action& run);
 void add_shapes(CLI::App& kyo, const streams& io, action& run);
 void add_simulate(CLI::App& kyo, const streams& io, action& run);
+void add_replay(CLI::App& kyo, const streams& io, action& run);
 
 /// Runs `kyo ARGS...` (ARGS without the program name): parses, then runs the
 /// chosen subcommand. Help goes to `out`, usage errors to `err` with exit_usage.

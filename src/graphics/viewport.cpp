@@ -468,7 +468,8 @@ void viewport::axes(double spacing, std::span<const range_circle> circles, int t
     const ipoint end{base.x, base.y + dir * tick.cy};
     dc_->move_to(base);
     dc_->line_to(end);
-    label(end, format_one("%g", x), alignment::center | (dir < 0 ? alignment::bottom : 0));
+    // + 0.0 turns a negative zero (the multiple 0 of a negative start) into "0", not "-0".
+    label(end, format_one("%g", x + 0.0), alignment::center | (dir < 0 ? alignment::bottom : 0));
   });
   for_multiples(w.y1, w.y2, spacing, true, max_grid_lines, [&](double y) {
     const ipoint base = world_to_screen({w.x1, y});
@@ -476,7 +477,7 @@ void viewport::axes(double spacing, std::span<const range_circle> circles, int t
     const ipoint end{base.x + dir * tick.cx, base.y};
     dc_->move_to(base);
     dc_->line_to(end);
-    label(end, format_one("%g", y), (dir < 0 ? alignment::right : 0) | alignment::baseline);
+    label(end, format_one("%g", y + 0.0), (dir < 0 ? alignment::right : 0) | alignment::baseline);
   });
 
   for (const range_circle& rc : circles) {

@@ -4,6 +4,7 @@
 #include <numbers>
 
 #include <kyo/core/numbers.h>
+#include <kyo/nmea/line_source.h>
 #include <kyo/nmea/sentence.h>
 #include <kyo/numerics/numeric.h>
 
@@ -34,6 +35,11 @@ constexpr entry_spec entries[entry::count + 1] = {
     {"Speed over ground", numeric_type::speed, 1},
     {"Heading", numeric_type::true_bearing, 1},
 };
+
+// The time stamp of a date (days since 1970) and a time of day.
+timedate dated(std::int64_t day, double of_day) {
+  return static_cast<double>(day) * 86400 + of_day + seconds_1901_to_1970;
+}
 
 bool valid_index(int index) {
   return index >= 1 && index <= entry::count;
@@ -90,19 +96,37 @@ void nmea_server::invalidate(int index) {
   slots_[index].valid = false;
 }
 
-bool nmea_server::take_time(std::optional<double> of_day, std::optional<std::int64_t> day,
-                            clock_tick t) {
-  if (!of_day) return false;
-  if (day) {
-    time_ = timedate(static_cast<double>(*day) * 86400 + *of_day + seconds_1901_to_1970);
-  } else {
-    timedate near = time_.value_or(reference_);
-    const auto whole = static_cast<unsigned>(*of_day);
-    near.set_nearest(whole / 3600, whole / 60 % 60, *of_day - (whole / 60) * 60.0);
-    time_ = near;
-  }
+std::optional<timedate> nmea_server::resolve_time(std::optional<double> of_day,
+                                                  std::optional<std::int64_t> day) const {
+  if (!of_day) return std::nullopt;
+  if (day) return dated(*day, *of_day);
+  timedate near = time_.value_or(reference_);
+  const auto whole = static_cast<unsigned>(*of_day);
+  near.set_nearest(whole / 3600, whole / 60 % 60, *of_day - (whole / 60) * 60.0);
+  return near;
+}
+
+bool nmea_server::take_time(std::optional<timedate> time, clock_tick t) {
+  if (!time) return false;
+  time_ = time;
   set(entry::utc_time, time_->value() - seconds_1901_to_1970, t);
   return true;
+}
+
+std::optional<timedate> nmea_server::time_of(std::string_view line) const {
+  sentence s;
+  return parse(line, s) == parse_error::none ? stamp_of(s) : std::nullopt;
+}
+
+std::optional<timedate> nmea_server::stamp_of(const sentence& s) const {
+  if (s.start != '$' || s.talker == "P") return std::nullopt;
+  if (s.type == "GGA") return resolve_time(time_of_day(s.field(0)), std::nullopt);
+  if (s.type == "RMC") return resolve_time(time_of_day(s.field(0)), date_ddmmyy(s.field(8)));
+  if (s.type == "ZDA") {
+    return resolve_time(time_of_day(s.field(0)), date_dmy(s.field(1), s.field(2), s.field(3)));
+  }
+  if (s.type == "GLL") return resolve_time(time_of_day(s.field(4)), std::nullopt);
+  return std::nullopt;
 }
 
 bool nmea_server::take_position(std::string_view lat, std::string_view ns, std::string_view lon,
@@ -141,10 +165,10 @@ line_result nmea_server::feed(std::string_view line, clock_tick t) {
   const auto set_number = [&](int index, std::string_view field, double scale = 1) {
     if (const std::optional<double> v = number(field)) set(index, *v * scale, t);
   };
+  take_time(stamp_of(s), t);
   if (s.start == '$' && s.talker != "P") {
     const std::string_view type = s.type;
     if (type == "GGA") {
-      take_time(time_of_day(f(0)), std::nullopt, t);
       const std::optional<double> quality = number(f(5));
       if (quality) set(entry::fix_quality, *quality, t);
       if (quality.value_or(0) > 0) {
@@ -157,7 +181,6 @@ line_result nmea_server::feed(std::string_view line, clock_tick t) {
       set_number(entry::hdop, f(7));
       set_number(entry::antenna_height, f(8));
     } else if (type == "RMC") {
-      take_time(time_of_day(f(0)), date_ddmmyy(f(8)), t);
       if (f(1) == "A" && take_position(f(2), f(3), f(4), f(5), t)) {
         set_number(entry::speed, f(6), knot_in_m_per_s);
         if (const std::optional<double> cog = number(f(7))) set(entry::course, bearing(*cog), t);
@@ -185,8 +208,6 @@ line_result nmea_server::feed(std::string_view line, clock_tick t) {
         const double dev = deviation ? signed_by(*deviation, f(2)) : 0.0;
         set(entry::heading, bearing(*sensor + dev + signed_by(*variation, f(4))), t);
       }
-    } else if (type == "ZDA") {
-      take_time(time_of_day(f(0)), date_dmy(f(1), f(2), f(3)), t);
     } else if (type == "GLL") {
       // The older short form stops after the hemispheres and carries no status.
       if (f(5) == "V" || f(6) == "N") {
@@ -195,7 +216,6 @@ line_result nmea_server::feed(std::string_view line, clock_tick t) {
       } else {
         take_position(f(0), f(1), f(2), f(3), t);
       }
-      take_time(time_of_day(f(4)), std::nullopt, t);
     }
   }
   const bool changed = changed_;
@@ -206,6 +226,21 @@ line_result nmea_server::feed(std::string_view line, clock_tick t) {
   }
   ++counts_.unused;
   return line_result::unused;
+}
+
+std::optional<timedate> first_dated_time(line_source& source, std::size_t max_lines) {
+  sentence s;
+  for (std::size_t i = 0; i < max_lines; ++i) {
+    const std::optional<std::string> line = source.next_line();
+    if (!line) break;
+    if (parse(*line, s) != parse_error::none || s.start != '$') continue;
+    std::optional<std::int64_t> day;
+    if (s.type == "ZDA") day = date_dmy(s.field(1), s.field(2), s.field(3));
+    if (s.type == "RMC") day = date_ddmmyy(s.field(8));
+    const std::optional<double> of_day = time_of_day(s.field(0));
+    if (day && of_day) return dated(*day, *of_day);
+  }
+  return std::nullopt;
 }
 
 }  // namespace kyo::nmea

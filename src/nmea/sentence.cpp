@@ -147,6 +147,24 @@ std::optional<std::int64_t> date_ddmmyy(std::string_view field) noexcept {
   return days_since_1970(*y >= 80 ? 1900 + *y : 2000 + *y, *m, *d);
 }
 
+std::optional<double> logger_stamp(std::string_view line) noexcept {
+  // YYYY-MM-DDThh:mm:ss[.fff...]Z
+  if (line.size() < 20 || line[4] != '-' || line[7] != '-' || line[10] != 'T' || line[13] != ':' ||
+      line[16] != ':') {
+    return std::nullopt;
+  }
+  const std::size_t z = line.find('Z', 19);
+  if (z == std::string_view::npos || z > 40) return std::nullopt;
+  const std::optional<std::int64_t> day =
+      date_dmy(line.substr(8, 2), line.substr(5, 2), line.substr(0, 4));
+  const std::string_view hms[] = {line.substr(11, 2), line.substr(14, 2), line.substr(17, z - 17)};
+  const std::optional<int> h = fixed_digits(hms[0]);
+  const std::optional<int> m = fixed_digits(hms[1]);
+  const std::optional<double> s = number(hms[2]);
+  if (!day || !h || !m || !s || *h > 23 || *m > 59 || *s < 0 || *s >= 61) return std::nullopt;
+  return static_cast<double>(*day) * 86400 + *h * 3600.0 + *m * 60.0 + *s;
+}
+
 std::optional<std::int64_t> date_dmy(std::string_view day, std::string_view month,
                                      std::string_view year) noexcept {
   if (day.size() > 2 || month.size() > 2 || year.size() != 4) return std::nullopt;

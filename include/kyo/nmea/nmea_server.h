@@ -18,6 +18,8 @@
 
 namespace kyo::nmea {
 
+struct sentence;
+
 /// The entries of an nmea_server, numbered from 1 as numeric servers number them.
 namespace entry {
 inline constexpr int utc_time = 1;        ///< date_time: seconds since 1 January 1970 UTC
@@ -53,6 +55,14 @@ struct line_counts {
   [[nodiscard]] std::uint64_t rejected() const noexcept { return bad_checksum + malformed; }
 };
 
+class line_source;
+
+/// The first time stamp that carries a date (ZDA, RMC) among the first `max_lines` lines of
+/// `source`, read to that point; nothing when there is none. A replay of a log places the
+/// time-of-day stamps before it (GGA, GLL) near it.
+[[nodiscard]] KYO_EXPORT std::optional<timedate> first_dated_time(line_source& source,
+                                                                  std::size_t max_lines);
+
 /// A numeric server of one NMEA source.
 class KYO_EXPORT nmea_server : public numeric_server {
  public:
@@ -76,6 +86,10 @@ class KYO_EXPORT nmea_server : public numeric_server {
   /// be placed on a date. A time of day alone (GGA, GLL) is placed on the day nearest to the
   /// previous time stamp, or to the reference time before any date was seen.
   [[nodiscard]] std::optional<timedate> last_time() const noexcept { return time_; }
+  /// The time stamp that `line` would bring, resolved as feed would resolve it, without taking
+  /// anything from the line: nothing for a line without a usable time stamp. A program that
+  /// works epoch by epoch asks before feeding a line whether it starts a new epoch.
+  [[nodiscard]] std::optional<timedate> time_of(std::string_view line) const;
   /// The time near which time-of-day stamps are placed until a sentence brings a date.
   void set_reference_time(timedate t) noexcept { reference_ = t; }
 
@@ -90,7 +104,10 @@ class KYO_EXPORT nmea_server : public numeric_server {
 
   void set(int index, double value, clock_tick t);
   void invalidate(int index);
-  bool take_time(std::optional<double> of_day, std::optional<std::int64_t> day, clock_tick t);
+  std::optional<timedate> resolve_time(std::optional<double> of_day,
+                                       std::optional<std::int64_t> day) const;
+  std::optional<timedate> stamp_of(const sentence& s) const;
+  bool take_time(std::optional<timedate> time, clock_tick t);
   bool take_position(std::string_view lat, std::string_view ns, std::string_view lon,
                      std::string_view ew, clock_tick t);
 

@@ -70,6 +70,10 @@ inline constexpr std::size_t max_sentence_length = 255;
 /// 00 to 79 are 2000 to 2079. Nothing when malformed or not a calendar date.
 [[nodiscard]] KYO_EXPORT std::optional<std::int64_t> date_ddmmyy(std::string_view field) noexcept;
 
+/// The time stamp a logger wrote in front of a sentence, "2014-08-01T00:00:00.316000Z $...", as
+/// seconds since 1 January 1970 UTC; nothing when the line does not start with one.
+[[nodiscard]] KYO_EXPORT std::optional<double> logger_stamp(std::string_view line) noexcept;
+
 /// A date from day, month and four-digit year fields (ZDA) as days since 1 January 1970.
 [[nodiscard]] KYO_EXPORT std::optional<std::int64_t> date_dmy(std::string_view day,
                                                               std::string_view month,
