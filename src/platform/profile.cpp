@@ -15,6 +15,7 @@
 #include <mutex>
 #include <unordered_map>
 
+#include <kyo/platform/ascii.h>
 #include <kyo/platform/local_time.h>
 #include <kyo/platform/path_map.h>
 
@@ -68,14 +69,6 @@ std::string_view trim(std::string_view s) {
   return s;
 }
 
-std::string lower(std::string_view s) {
-  std::string out(s);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-  }
-  return out;
-}
-
 std::string_view unquote(std::string_view value) {
   if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
       value.back() == value.front()) {
@@ -126,7 +119,7 @@ void index_lines(parsed_file& file) {
       section_index s;
       s.name = std::string(trim(t.substr(1, close - 1)));
       s.header = i;
-      file.first_section.emplace(lower(s.name), file.sections.size());
+      file.first_section.emplace(ascii_lower(s.name), file.sections.size());
       file.sections.push_back(std::move(s));
       current = &file.sections.back();
       continue;
@@ -135,7 +128,7 @@ void index_lines(parsed_file& file) {
     const std::size_t eq = t.find('=');
     if (eq == std::string_view::npos) continue;
     const std::string_view key = trim(t.substr(0, eq));
-    current->first_entry.emplace(lower(key), current->entries.size());
+    current->first_entry.emplace(ascii_lower(key), current->entries.size());
     current->entries.push_back({std::string(key), std::string(unquote(trim(t.substr(eq + 1)))), i});
   }
   if (current != nullptr) current->end = file.lines.size();
@@ -157,12 +150,12 @@ std::string serialize(const std::vector<line>& lines) {
 }
 
 const section_index* find_section(const parsed_file& file, std::string_view name) {
-  const auto it = file.first_section.find(lower(trim(name)));
+  const auto it = file.first_section.find(ascii_lower(trim(name)));
   return it == file.first_section.end() ? nullptr : &file.sections[it->second];
 }
 
 const key_entry* find_entry(const section_index& s, std::string_view key) {
-  const auto it = s.first_entry.find(lower(trim(key)));
+  const auto it = s.first_entry.find(ascii_lower(trim(key)));
   return it == s.first_entry.end() ? nullptr : &s.entries[it->second];
 }
 
@@ -402,18 +395,18 @@ std::error_code apply(parsed_file& file, const edit& e, bool& changed) {
     }
     case edit_kind::erase_key: {
       if (s == nullptr) return {};
-      const std::string wanted = lower(key);
+      const std::string wanted = ascii_lower(key);
       doomed.assign(file.lines.size(), false);
       for (const key_entry& en : s->entries) {
-        if (lower(en.key) == wanted) doomed[en.line] = true;
+        if (ascii_lower(en.key) == wanted) doomed[en.line] = true;
       }
       break;
     }
     case edit_kind::erase_section: {
-      const std::string wanted = lower(section_name);
+      const std::string wanted = ascii_lower(section_name);
       doomed.assign(file.lines.size(), false);
       for (const section_index& other : file.sections) {
-        if (lower(other.name) != wanted) continue;
+        if (ascii_lower(other.name) != wanted) continue;
         std::fill(doomed.begin() + static_cast<std::ptrdiff_t>(other.header),
                   doomed.begin() + static_cast<std::ptrdiff_t>(other.end), true);
       }
@@ -459,7 +452,7 @@ std::shared_ptr<const parsed_file> parsed_or_null(std::string_view dos_file) {
 std::vector<const section_index*> first_sections(const parsed_file& file) {
   std::vector<const section_index*> sections;
   for (std::size_t i = 0; i < file.sections.size(); ++i) {
-    if (file.first_section.at(lower(file.sections[i].name)) == i) {
+    if (file.first_section.at(ascii_lower(file.sections[i].name)) == i) {
       sections.push_back(&file.sections[i]);
     }
   }
@@ -469,7 +462,7 @@ std::vector<const section_index*> first_sections(const parsed_file& file) {
 std::vector<const key_entry*> first_entries(const section_index& s) {
   std::vector<const key_entry*> entries;
   for (std::size_t i = 0; i < s.entries.size(); ++i) {
-    if (s.first_entry.at(lower(s.entries[i].key)) == i) entries.push_back(&s.entries[i]);
+    if (s.first_entry.at(ascii_lower(s.entries[i].key)) == i) entries.push_back(&s.entries[i]);
   }
   return entries;
 }
@@ -531,12 +524,11 @@ int parse_int(std::string_view text) {
   for (; i < text.size(); ++i) {
     const char c = text[i];
     unsigned digit = 0;
-    if (c >= '0' && c <= '9') {
+    const char l = ascii_lower(c);
+    if (is_ascii_digit(c)) {
       digit = static_cast<unsigned>(c - '0');
-    } else if (base == 16 && c >= 'a' && c <= 'f') {
-      digit = static_cast<unsigned>(c - 'a' + 10);
-    } else if (base == 16 && c >= 'A' && c <= 'F') {
-      digit = static_cast<unsigned>(c - 'A' + 10);
+    } else if (base == 16 && l >= 'a' && l <= 'f') {
+      digit = static_cast<unsigned>(l - 'a' + 10);
     } else {
       break;
     }
