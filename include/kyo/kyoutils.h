@@ -43,6 +43,7 @@
 #include <kyo/numerics/general_numerics.h>
 #include <kyo/numerics/geog_nmrc.h>
 #include <kyo/numerics/make_numeric.h>
+#include <kyo/numerics/message_handler.h>
 #include <kyo/numerics/numeric.h>
 #include <kyo/numerics/numeric_nmrc.h>
 #include <kyo/numerics/numeric_server.h>
@@ -68,3 +69,17 @@
 #include <kyo/nmea/nmea_server.h>
 #include <kyo/nmea/sentence.h>
 #include <kyo/nmea/simulator.h>
+
+// output
+#include <kyo/output/host_strings.h>
+#include <kyo/output/output.h>
+#include <kyo/output/output_file.h>
+#include <kyo/output/output_list.h>
+#include <kyo/output/output_printer.h>
+#include <kyo/output/output_string.h>
+#include <kyo/output/print_manager.h>
+#include <kyo/output/printer.h>
+
+// alarms
+#include <kyo/alarms/alarm.h>
+#include <kyo/alarms/alarm_list.h>
