@@ -1,0 +1,128 @@
+// Raw printing through a private print server: the bytes each job printed, printer selection by
+// destination, and the failures that must give code 3 or 5.
+#include <kyo/output/output_printer.h>
+#include <kyo/output/print_manager.h>
+#include <kyo/output/printer.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/cupsd_fixture.h"
+#include "support/fake_clock.h"
+#include "support/recording_ui.h"
+#include "support/scoped_env.h"
+#include "support/temp_dir.h"
+
+namespace kyo::test {
+namespace {
+
+// What the printer must receive for one chunk: ESC ! 5, then the chunk with the Windows degree
+// sign 0xB0 as the PC one 0xF8.
+std::string framed(std::string_view chunk) {
+  std::string out = "\x1b!\x05";
+  for (const char c : chunk)
+    out += c == '\xB0' ? '\xF8' : c;
+  return out;
+}
+
+std::string every_byte() {
+  std::string bytes;
+  for (int i = 0; i < 256; ++i)
+    bytes += static_cast<char>(i);
+  return bytes;
+}
+
+TEST(printer, prints_each_activation_as_one_raw_job_byte_for_byte) {
+  private_cupsd cupsd({"line"});
+  KYO_REQUIRE_CUPSD(cupsd);
+  printer p;
+  ASSERT_EQ(p.device_name(), "line");
+  output_printer out(p, "KYO II printout");
+  EXPECT_EQ(out.get_name(), "line");
+
+  const std::string all = every_byte();
+  const std::string big(100'000, '\xB0');
+  ASSERT_EQ(out.open(), 0) << p.last_error();
+  EXPECT_EQ(out.open(), 2);
+  for (const std::string& chunk : {all, std::string(), big})
+    EXPECT_EQ(out.write(chunk.data(), static_cast<int>(chunk.size())), 0);
+  EXPECT_EQ(out.close(), 0);
+  EXPECT_EQ(p.last_error(), "");
+  EXPECT_EQ(out.write("late", 4), 5) << "no job after close";
+  EXPECT_EQ(out.close(), 4);
+
+  ASSERT_EQ(out.open(), 0);
+  EXPECT_EQ(out.write("12.5\xB0T\r\n", 8), 0);
+  EXPECT_EQ(out.close(), 0);
+
+  const auto jobs = cupsd.jobs("line", 2);
+  ASSERT_EQ(jobs.size(), 2u);
+  EXPECT_EQ(jobs[0], framed(all) + framed("") + framed(big));
+  EXPECT_EQ(jobs[1],
+            "\x1b!\x05"
+            "12.5\xF8T\r\n");
+}
+
+TEST(printer, selects_destinations_by_name_and_falls_back_to_the_default) {
+  private_cupsd cupsd({"first", "second"});
+  KYO_REQUIRE_CUPSD(cupsd);
+  printer p;
+  EXPECT_EQ(p.device_name(), "first");
+  EXPECT_EQ(p.port_name(), cupsd.device_uri("first"));
+  EXPECT_FALSE(p.driver_name().empty());
+  const std::string first_mode = p.device_mode();
+  EXPECT_NE(first_mode.find(std::string("device-uri\0", 11) + cupsd.device_uri("first")),
+            std::string::npos);
+
+  p.set_printer("Dot matrix", "second", "LPT1:");
+  EXPECT_EQ(p.driver_name() + "|" + p.device_name() + "|" + p.port_name(),
+            "Dot matrix|second|LPT1:");
+  EXPECT_NE(p.device_mode().find(cupsd.device_uri("second")), std::string::npos);
+
+  printer other(streamable_init);
+  EXPECT_FALSE(other.same_printer(p));
+  other.copy_settings(p);
+  EXPECT_TRUE(other.same_printer(p));
+  EXPECT_EQ(other.port_name() + other.device_mode(), p.port_name() + p.device_mode());
+
+  for (const char* missing : {"gone", "bad/name", ""}) {
+    SCOPED_TRACE(missing);
+    p.set_printer("Dot matrix", missing, "LPT1:");
+    EXPECT_EQ(p.device_name() + "|" + p.device_mode(), "first|" + first_mode);
+  }
+
+  EXPECT_FALSE(p.install_device_mode(std::string("copies\0", 7)));
+  EXPECT_FALSE(p.install_device_mode(std::string("\0x\0", 3)));
+  EXPECT_TRUE(p.install_device_mode(std::string("copies\0002\0", 9)));
+  EXPECT_EQ(p.device_mode(), std::string("copies\0002\0", 9));
+}
+
+TEST(printer, fails_with_code_3_for_a_missing_printer_or_server_and_5_without_a_job) {
+  private_cupsd cupsd({"line"});
+  KYO_REQUIRE_CUPSD(cupsd);
+  printer p(streamable_init);
+  EXPECT_EQ(p.raw_print("x", 1), 5);
+  p.set_printer("", "line", "");
+  ASSERT_EQ(p.start_raw_print("doc"), 0);
+  EXPECT_EQ(p.raw_print("x", -1), 5);
+  EXPECT_EQ(p.raw_print("x", 1), 0);
+  p.end_raw_print();
+  EXPECT_EQ(cupsd.jobs("line", 1), std::vector<std::string>{"\x1b!\x05x"});
+
+  printer nowhere(streamable_init);
+  output_printer unknown(nowhere, "doc");
+  EXPECT_EQ(unknown.open(), 3);
+  EXPECT_TRUE(unknown.is_open()) << "counts as open until closed";
+  EXPECT_EQ(unknown.write("x", 1), 5);
+
+  cupsd.stop();
+  EXPECT_EQ(p.start_raw_print("doc"), 3);
+  EXPECT_FALSE(p.last_error().empty());
+  EXPECT_FALSE(p.raw_job_open());
+}
+
+}  // namespace
+}  // namespace kyo::test
