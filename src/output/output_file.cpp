@@ -47,7 +47,8 @@ void output_file::set_dir(const std::string& dir) {
 
 int output_file::open() {
   const int result = output::open();
-  open_pending_ = result == output_result::success;
+  // Opening an open output changes nothing: a file in use or still pending stays so.
+  if (result == output_result::success) open_pending_ = true;
   return result;
 }
 

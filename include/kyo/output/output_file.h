@@ -36,7 +36,7 @@ class KYO_EXPORT output_file : public output {
   ~output_file() override;
 
   /// Marks the output open and the file pending: nothing is created until the first write.
-  /// already_open when it is open.
+  /// already_open, and nothing changes, when it is open.
   [[nodiscard]] int open() override;
   /// Closes the file, if any, then the output: not_open when it was not open.
   int close() override;
