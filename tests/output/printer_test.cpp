@@ -124,5 +124,30 @@ TEST(printer, fails_with_code_3_for_a_missing_printer_or_server_and_5_without_a_
   EXPECT_FALSE(p.raw_job_open());
 }
 
+TEST(printer, print_manager_copies_to_printer_and_file_one_job_per_activation) {
+  private_cupsd cupsd({"line"});
+  KYO_REQUIRE_CUPSD(cupsd);
+  temp_dir dir;
+  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
+  printer p;
+  print_manager pm(nullptr);
+  const std::string folder = dir.path().string();
+  pm.set_file(&folder);
+  pm.set_printer(&p, true);
+  ASSERT_NE(pm.get_printer_output(), nullptr);
+  EXPECT_EQ(pm.get_printer_output()->document(), "KYO II printout");
+  pm.activate(true);
+  pm.write("12\xB0\r\n", 5);
+  pm.allow_others_to_print();
+  pm.write("34\r\n", 4);
+  pm.activate(false);
+  pm.allow_others_to_print();  // inactive: no job
+  EXPECT_EQ(cupsd.jobs("line", 2), (std::vector<std::string>{"\x1b!\x05"
+                                                             "12\xF8\r\n",
+                                                             "\x1b!\x05"
+                                                             "34\r\n"}));
+  EXPECT_EQ(dir.read("002-0304.txt"), "12\xB0\r\n34\r\n");
+}
+
 }  // namespace
 }  // namespace kyo::test

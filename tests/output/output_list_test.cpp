@@ -1,0 +1,151 @@
+// Output lists and output strings: codes 430 to 432, what a list deletes at its end, switching
+// an output string on and off, the lines of code 600, and their stream forms.
+#include <kyo/output/output_file.h>
+#include <kyo/output/output_list.h>
+#include <kyo/output/output_printer.h>
+#include <kyo/output/output_string.h>
+#include <kyo/output/printer.h>
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "support/fake_clock.h"
+#include "support/recording_client.h"
+#include "support/temp_dir.h"
+
+namespace kyo::test {
+namespace {
+
+/// Gives the line it was set to, with the data value in front.
+class line_string : public output_string {
+ public:
+  struct Streamer {
+    static void Write(opstream& os, const line_string& s) { write_base<output_string>(os, s); }
+    static void Read(ipstream& is, line_string& s, std::uint32_t) {
+      read_base<output_string>(is, s);
+    }
+  };
+  explicit line_string(const std::string& name) : output_string(name) {}
+  explicit line_string(streamable_init_t) : output_string(streamable_init) {}
+  std::string line;
+
+ protected:
+  std::string get_line(long data) override {
+    return line.empty() ? line : std::to_string(data) + ":" + line;
+  }
+};
+const stream_registration<line_string> registration("test_line_string");
+
+TEST(output_list, tells_additions_and_removals_and_drops_outputs_that_die) {
+  output_list list(nullptr);
+  EXPECT_EQ(list.get_name(), "output_list");
+  recording_client watcher;
+  list.attach_client(watcher);
+  auto* a = new output_file("A", "txt");
+  output_file b("B", "txt"), c("C", "txt");
+  EXPECT_TRUE(list.add_at(*a, 0));
+  EXPECT_TRUE(list.add_at(b, 1));
+  EXPECT_TRUE(list.add_at(c, 1));
+  EXPECT_FALSE(list.add_at(c, 0)) << "already listed";
+  output_file d("D", "txt");
+  EXPECT_FALSE(list.add_at(d, 4));
+  list.set_dirty(false);
+  delete a;
+  EXPECT_TRUE(list.is_dirty());
+  list.set_dirty(false);
+  EXPECT_TRUE(list.remove(1));
+  EXPECT_FALSE(list.remove(1));
+  EXPECT_FALSE(list.is_dirty()) << "remove leaves the dirty flag";
+  EXPECT_EQ(list.count(), 1);
+  EXPECT_EQ(list.at(0), &c);
+  EXPECT_EQ(watcher.codes(), (std::vector<int>{431, 431, 431, 432, 432}));
+  const auto told = watcher.received();
+  EXPECT_EQ(told[2].arg, 1);
+  EXPECT_EQ(told[3].arg, 0) << "the former index of the output that died";
+  EXPECT_EQ(told[4].arg, 1);
+  b.notify_clients(777, 5, false);
+  EXPECT_EQ(watcher.count(), 5u) << "b is no longer watched";
+  c.notify_clients(777, 5, false);
+  EXPECT_EQ(watcher.received().back(), (notification{&list, 777, 5}));
+}
+
+TEST(output_list, deletes_file_outputs_at_its_end_and_leaves_printer_outputs_alive) {
+  printer p(streamable_init);
+  output_printer kept(p, "doc");
+  auto* list = new output_list(nullptr);
+  auto* file = new output_file("A", "txt");
+  recording_client file_watcher;
+  file->attach_client(file_watcher);
+  list->add_at(kept, 0);
+  list->add_at(*file, 1);
+  EXPECT_EQ(list->index_of(kept), 0);
+  auto is_file = [](const output& o, void*) { return o.type() == output_type::file; };
+  EXPECT_EQ(list->first_that(is_file, nullptr), file);
+  delete list;
+  EXPECT_EQ(file_watcher.codes(), std::vector<int>{430}) << "the file output was deleted";
+  EXPECT_EQ(kept.get_name(), "");
+  EXPECT_FALSE(kept.list_owned());
+}
+
+TEST(output_string, switches_on_only_while_enabled_and_writes_non_empty_lines) {
+  temp_dir dir;
+  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
+  line_string s("Fixes");
+  auto* file = new output_file(dir.path().string(), "txt");
+  s.outputs().add_at(*file, 0);
+  EXPECT_FALSE(s.activate(true));
+  EXPECT_FALSE(file->is_open());
+  s.set_dirty(false);
+  s.set_enabled(true, false);
+  EXPECT_TRUE(s.is_dirty() && !s.is_active());
+  EXPECT_TRUE(s.activate(true));
+  EXPECT_TRUE(file->is_open());
+  EXPECT_TRUE(s.activate(true));
+
+  s.parent_notify(s, 600, 7);  // empty line: nothing written, no file made
+  EXPECT_TRUE(file->is_pending());
+  s.line = "a,b\r\n";
+  s.parent_notify(s, 600, 7);
+  s.parent_notify(s, 601, 8);
+  s.parent_notify(s, 600, 9);
+  EXPECT_EQ(dir.read("002-0304.txt"), "7:a,b\r\n9:a,b\r\n");
+
+  s.set_enabled(false, true);
+  EXPECT_FALSE(s.is_active() || file->is_open());
+  line_string copy("other");
+  copy = s;
+  EXPECT_EQ(copy.name() + (copy.is_enabled() ? "+" : "-"), "Fixes-");
+  EXPECT_EQ(copy.outputs().count(), 0);
+}
+
+TEST(output_string, streams_enabled_and_owned_outputs_and_comes_back_inactive) {
+  printer p(streamable_init);
+  output_printer printer_output(p, "doc");
+  line_string s("Fixes");
+  s.outputs().add_at(*new output_file("C:\\A", "txt"), 0);
+  s.outputs().add_at(printer_output, 1);
+  s.outputs().add_at(*new output_file("C:\\B", "log"), 2);
+  s.set_enabled(true, true);
+  std::stringstream bytes;
+  {
+    opstream os(bytes);
+    writePtr(os, static_cast<const output_string*>(&s));
+    ASSERT_TRUE(os.good()) << os.error();
+  }
+  ipstream is(bytes);
+  output_string* back = nullptr;
+  readPtr(is, back);
+  ASSERT_TRUE(is.good()) << is.error();
+  ASSERT_NE(back, nullptr);
+  EXPECT_TRUE(back->is_enabled() && !back->is_active() && back->name().empty());
+  ASSERT_EQ(back->outputs().count(), 2);
+  EXPECT_EQ(back->outputs().at(0)->get_name() + " " + back->outputs().at(1)->get_name(),
+            "C:\\A\\*.txt C:\\B\\*.log");
+  EXPECT_EQ(back->outputs().get_parent(), back);
+  delete back;
+}
+
+}  // namespace
+}  // namespace kyo::test

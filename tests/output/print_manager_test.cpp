@@ -1,0 +1,110 @@
+// The print manager without a print server: its file output, the printer switch, activation,
+// the dialog data, its stream form and the message log printing through it.
+#include <kyo/numerics/message_handler.h>
+#include <kyo/output/print_manager.h>
+#include <kyo/output/printer.h>
+#include <kyo/time/time_manager.h>
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "support/fake_clock.h"
+#include "support/temp_dir.h"
+
+namespace kyo::test {
+namespace {
+
+std::string data_of(const print_manager& pm) {
+  print_manager::transfer_s t;
+  pm.get_data(t);
+  return std::to_string(t.printer_on) + std::to_string(t.file_on) + " " + t.folder;
+}
+
+TEST(print_manager, keeps_one_file_output_per_folder_and_remembers_the_folder) {
+  temp_dir dir;
+  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
+  print_manager pm(nullptr);
+  const std::string folder = dir.path().string();
+  pm.set_file(&folder);
+  output_file* file = pm.get_file_output();
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->get_ext(), "txt");
+  pm.set_dirty(false);
+  pm.set_file(&folder);
+  EXPECT_EQ(pm.get_file_output(), file) << "the same folder keeps the output";
+  EXPECT_FALSE(pm.is_dirty());
+
+  pm.write("early\r\n", 7);
+  pm.activate(true);
+  EXPECT_TRUE(file->is_open());
+  pm.write("one\r\n", 5);
+  pm.activate(false);
+  EXPECT_FALSE(file->is_open());
+  pm.write("late\r\n", 6);
+  EXPECT_EQ(dir.read("002-0304.txt"), "one\r\n");
+  EXPECT_EQ(data_of(pm), "01 " + folder);
+
+  pm.set_file(nullptr);
+  EXPECT_EQ(pm.get_file_output(), nullptr);
+  EXPECT_EQ(pm.outputs().count(), 0);
+  EXPECT_EQ(data_of(pm), "00 " + folder);
+  EXPECT_TRUE(pm.is_dirty());
+}
+
+TEST(print_manager, switches_printing_only_when_forced_or_on) {
+  print_manager pm(nullptr);
+  printer unnamed(streamable_init);
+  pm.set_printer(&unnamed, false);
+  EXPECT_FALSE(pm.is_printer_on()) << "off and not forced: nothing";
+  pm.set_printer(&unnamed, true);
+  EXPECT_TRUE(pm.is_printer_on());
+  EXPECT_EQ(pm.get_printer_output(), nullptr) << "no driver name: no output";
+  pm.set_printer(nullptr, false);
+  EXPECT_FALSE(pm.is_printer_on());
+  EXPECT_EQ(data_of(pm), "00 ");
+}
+
+TEST(print_manager, streams_the_switch_the_file_output_and_the_folder) {
+  print_manager pm(nullptr);
+  const std::string folder = "C:\\KYO\\logs";
+  pm.set_file(&folder);
+  printer unnamed(streamable_init);
+  pm.set_printer(&unnamed, true);
+  std::stringstream bytes;
+  {
+    opstream os(bytes);
+    writePtr(os, &pm);
+    ASSERT_TRUE(os.good()) << os.error();
+  }
+  ipstream is(bytes);
+  print_manager* back = nullptr;
+  readPtr(is, back);
+  ASSERT_TRUE(is.good()) << is.error();
+  ASSERT_NE(back, nullptr);
+  EXPECT_EQ(data_of(*back), "11 " + folder);
+  EXPECT_EQ(back->outputs().count(), 1);
+  EXPECT_EQ(back->outputs().at(0), back->get_file_output());
+  delete back;
+}
+
+TEST(print_manager, prints_announced_log_messages_with_their_stamp) {
+  temp_dir dir;
+  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
+  fake_tick tick(5000);
+  time_manager::reset();
+  print_manager pm(nullptr);
+  const std::string folder = dir.path().string();
+  pm.set_file(&folder);
+  pm.activate(true);
+  message_handler log;
+  log.set_print_mgr(&pm);
+  log.add_message("Alarm Depth Red 12.5m", message_handler::keep | message_handler::announce);
+  log.add_message("kept only", message_handler::keep);
+  log.set_print_mgr(nullptr);
+  EXPECT_EQ(dir.read("002-0304.txt"), "2-Jan-2024 03:04:05  Alarm Depth Red 12.5m\r\n");
+}
+
+}  // namespace
+}  // namespace kyo::test
