@@ -61,4 +61,7 @@ install(FILES ${PROJECT_BINARY_DIR}/kyoutils.pc
 
 if(KYO_BUILD_APPS)
   install(TARGETS kyo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # The demo survey: log, configuration, report template and vessel shapes (kyo replay).
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/data/
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/kyoutils/data)
 endif()

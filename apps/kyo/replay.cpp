@@ -1,7 +1,9 @@
 // kyo replay: a survey navigation run on NMEA data, as a survey application drives the library.
 // From a log it replays under artificial time, one clock tick per epoch (a new time stamp in the
-// data); from a TCP or gpsd source it runs live on the real clock until interrupted. At the end
-// it draws the track with the vessel outline into an SVG plot and prints a summary.
+// data); from a TCP or gpsd source it runs live on the real clock until interrupted. Every tick
+// checks the alarms, whose changes go to the message log, which the print manager copies into a
+// time-named text file. At the end it draws the track with the vessel outline into an SVG plot
+// and prints a summary.
 #include <signal.h>
 #include <unistd.h>
 
@@ -18,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include <kyo/alarms/alarm_list.h>
 #include <kyo/core/numbers.h>
 #include <kyo/graphics/mobile_shape_library.h>
 #include <kyo/graphics/svg_surface.h>
@@ -25,8 +28,11 @@
 #include <kyo/nmea/line_source.h>
 #include <kyo/nmea/nmea_server.h>
 #include <kyo/nmea/sentence.h>
+#include <kyo/numerics/message_handler.h>
+#include <kyo/output/print_manager.h>
 #include <kyo/platform/path_map.h>
 #include <kyo/platform/profile.h>
+#include <kyo/platform/ui_hooks.h>
 #include <kyo/time/clock_tick.h>
 #include <kyo/time/time_manager.h>
 
@@ -72,6 +78,48 @@ class interrupt_guard {
   struct sigaction old_term_ {};
 };
 
+/// What the replay tells the user through the library's hooks: the results of an earlier run in
+/// the output folder are replaced without asking, and sounds are counted rather than played
+/// (a replay runs unattended, often faster than real time).
+class replay_hooks final : public ui_hooks, public sound_hooks {
+ public:
+  explicit replay_hooks(std::ostream& err)
+      : err_(err), previous_ui_(set_ui_hooks(this)), previous_sound_(set_sound_hooks(this)) {}
+  ~replay_hooks() override {
+    set_ui_hooks(previous_ui_);
+    set_sound_hooks(previous_sound_);
+  }
+  replay_hooks(const replay_hooks&) = delete;
+  replay_hooks& operator=(const replay_hooks&) = delete;
+
+  int message_box(std::string_view text, std::string_view caption, unsigned style) override {
+    if ((style & mb_typemask) == mb_yesno) return id_yes;
+    err_ << "kyo replay: " << caption << ": " << text << '\n';
+    return id_ok;
+  }
+  void beep(unsigned) override {}
+  void play_sound(const std::string&, unsigned) override { ++sounds_; }
+  [[nodiscard]] int sounds() const noexcept { return sounds_; }
+
+ private:
+  std::ostream& err_;
+  ui_hooks* previous_ui_;
+  sound_hooks* previous_sound_;
+  int sounds_ = 0;
+};
+
+/// Counts the alarms that turn Yellow or Red.
+class alarm_counter final : public client {
+ public:
+  void notify(server&, int code, long arg) override {
+    if (code == alarm::state_changed && arg >= alarm::state_yellow) ++raised_;
+  }
+  [[nodiscard]] int raised() const noexcept { return raised_; }
+
+ private:
+  int raised_ = 0;
+};
+
 struct replay_args {
   std::string source;
   std::string config;
@@ -90,6 +138,8 @@ class replay_run {
   replay_run(const replay_args& a, const streams& io) : args_(a), io_(io) {}
 
   int run() {
+    replay_hooks hooks(io_.err);
+    hooks_ = &hooks;
     if (!set_up()) return exit_failure;
     interrupt_guard guard;
     source_->set_stop_flag(&interrupted);
@@ -111,9 +161,14 @@ class replay_run {
     if (!source_->error().empty()) io_.err << "kyo replay: " << source_->error() << '\n';
     if (epoch_open_) finish_epoch();
     if (progress) io_.err << '\r' << std::string(60, ' ') << '\r';
+    const int result = finish();
     time_manager::use_artificial_time(false);
-    return finish();
+    return result;
   }
+
+  // The members go in reverse order: the alarms first (they tell the counter and stop watching
+  // the servers), the print manager after the message log has let go of it.
+  ~replay_run() { get_msg_hndlr().set_print_mgr(nullptr); }
 
  private:
   bool set_up() {
@@ -157,6 +212,8 @@ class replay_run {
       }
     }
     gps_->set_reference_time(reference);
+    set_up_log();
+    load_alarms();
     if (source_->live()) {
       time_manager::use_artificial_time(false);
     } else {
@@ -165,12 +222,44 @@ class replay_run {
     return true;
   }
 
-  std::string setting(const char* key, const std::string& fallback) const {
-    if (config_.empty()) return fallback;
-    return profile_read(config_, section, key).value_or(fallback);
+  /// The message log, printed through the print manager into "DDD-HHMM.txt" files of the output
+  /// folder (named by the time of the first message, in the replay's time).
+  void set_up_log() {
+    printer_ = std::make_unique<print_manager>(nullptr);
+    const std::string folder = args_.out_dir;
+    printer_->set_file(&folder);
+    printer_->activate(true);
+    message_handler& log = get_msg_hndlr();
+    log.set_active(false);
+    log.set_active(true);  // an empty log for this run
+    log.set_print_mgr(printer_.get());
   }
-  long setting_int(const char* key, long fallback) const {
-    const std::string text = setting(key, "");
+
+  /// The alarms of the [Alarms] section: Count, then Alarm0, Alarm1, ... as alarm configuration
+  /// texts. A text that names no server or does not read is reported and skipped.
+  void load_alarms() {
+    const long count = std::clamp(setting_int("Count", 0, "Alarms"), 0L, 1000L);
+    for (long i = 0; i < count; ++i) {
+      const std::string key = "Alarm" + std::to_string(i);
+      const std::string text = setting(key.c_str(), "", "Alarms");
+      auto a = std::make_unique<alarm>();
+      if (!a->loadData(text.c_str(), *root_)) {
+        io_.err << "kyo replay: alarm " << key << " skipped: '" << text << "' names no server or "
+                << "does not read\n";
+        continue;
+      }
+      a->attach_client(counter_);
+      alarms_.add(a.release());
+    }
+  }
+
+  std::string setting(const char* key, const std::string& fallback,
+                      const char* in_section = section) const {
+    if (config_.empty()) return fallback;
+    return profile_read(config_, in_section, key).value_or(fallback);
+  }
+  long setting_int(const char* key, long fallback, const char* in_section = section) const {
+    const std::string text = setting(key, "", in_section);
     char* end = nullptr;
     const long v = std::strtol(text.c_str(), &end, 10);
     return text.empty() || *end != '\0' ? fallback : v;
@@ -207,6 +296,8 @@ class replay_run {
   void finish_epoch() {
     ++epochs_;
     epoch_open_ = false;
+    for (int i = 0; i < alarms_.count(); ++i)
+      alarms_.at(i)->check(tick_, *printer_);
     double lat = 0, lon = 0, heading = 0, course = 0;
     if (gps_->get_value(nmea::entry::latitude, tick_, &lat) == numeric_status::fresh &&
         gps_->get_value(nmea::entry::longitude, tick_, &lon) == numeric_status::fresh) {
@@ -227,8 +318,8 @@ class replay_run {
   }
 
   int finish() {
-    const std::string plot = (fs::path(args_.out_dir) / "track.svg").string();
-    if (draw_plot(plot)) files_.push_back(plot);
+    printer_->activate(false);
+    draw_plot((fs::path(args_.out_dir) / "track.svg").string());
     summary();
     return epochs_ == 0 ? exit_failure : exit_ok;
   }
@@ -306,6 +397,19 @@ class replay_run {
     return hull;
   }
 
+  /// The files of the output folder written during this run, by name.
+  std::vector<std::string> written_files() const {
+    std::vector<std::string> names;
+    std::error_code ec;
+    for (const fs::directory_entry& e : fs::directory_iterator(args_.out_dir, ec)) {
+      if (e.is_regular_file(ec) && e.last_write_time(ec) >= started_) {
+        names.push_back(e.path().filename().string());
+      }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
   void summary() {
     const nmea::line_counts& c = gps_->counts();
     std::ostream& out = io_.out;
@@ -319,11 +423,13 @@ class replay_run {
           << static_cast<long long>(std::llround(epoch_time_.value() - first_time_.value()))
           << " s)\n";
     }
-    out << "positions:  " << track_.size() << '\n';
+    out << "positions:  " << track_.size() << '\n'
+        << "alarms:     " << alarms_.count() << " watched, " << counter_.raised() << " raised, "
+        << hooks_->sounds() << " sounds, " << get_msg_hndlr().count() << " log messages\n";
     if (interrupted.load()) out << "interrupted: the run stopped early\n";
     out << "files in " << args_.out_dir << ":\n";
-    for (const std::string& f : files_)
-      out << "  " << fs::path(f).filename().string() << '\n';
+    for (const std::string& f : written_files())
+      out << "  " << f << '\n';
   }
 
   const replay_args& args_;
@@ -343,7 +449,11 @@ class replay_run {
   bool sentence_times_ = false;
   std::uint64_t epochs_ = 0;
   std::vector<track_point> track_;
-  std::vector<std::string> files_;
+  replay_hooks* hooks_ = nullptr;
+  std::unique_ptr<print_manager> printer_;
+  const fs::file_time_type started_ = fs::file_time_type::clock::now();
+  alarm_counter counter_;
+  alarm_list alarms_;
 };
 
 }  // namespace
