@@ -3,11 +3,16 @@
 # any is missing. Needs root (or sudo) only when something must be installed.
 set -euo pipefail
 
+# Build: compilers, CMake, Ninja, the libraries kyoutils and kyo use (libcups, CLI11) and the
+# test and benchmark frameworks. Tests: clang's fuzzer runtime, clang-format, time zones and
+# locales, python3 (an XML parser for the SVG output), a private cupsd for raw printing, and gpsd
+# for live NMEA.
 packages=(
-  g++ clang cmake ninja-build pkg-config make
-  libgtest-dev libgmock-dev googletest libbenchmark-dev libcli11-dev
-  clang-format
-  tzdata locales
+  g++ clang libclang-rt-14-dev cmake ninja-build pkg-config make
+  libcups2-dev libcli11-dev
+  libgtest-dev libgmock-dev googletest libbenchmark-dev
+  clang-format tzdata locales python3
+  cups-daemon cups-client gpsd
 )
 
 missing=()
