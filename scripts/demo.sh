@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds everything and runs the kyo program on data
-# it generates in a temporary folder.
+# Installs what is missing, builds everything and runs the library's main job: a survey run on
+# the shipped NMEA log (kyo replay), with custom output files, alarms in the message log and its
+# printout, a report and a track plot. Prints where the results are.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -8,14 +9,10 @@ bash scripts/setup.sh
 cmake --preset default
 cmake --build --preset default -j "$(nproc 2>/dev/null || echo 2)"
 
-kyo=build/default/apps/kyo
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-run() { echo "\$ kyo $*"; "$kyo" "$@"; echo; }
-
-run --help
-run ini set "$work/survey.ini" ProjectInfo Client "North Sea Survey Ltd"
-run ini set "$work/survey.ini" ProjectInfo Vessel "MV Kyo"
-run ini list "$work/survey.ini" ProjectInfo
-run ini get "$work/survey.ini" projectinfo VESSEL
+results=build/demo-results
+rm -rf "$results"
+echo
+echo "\$ kyo replay --out $results"
+build/default/apps/kyo replay --out "$results"
+echo
+echo "The results are in $(cd "$results" && pwd)"
