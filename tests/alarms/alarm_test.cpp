@@ -187,6 +187,30 @@ TEST_F(alarm_test, deletes_itself_when_its_server_dies) {
   sounder_ = nullptr;
 }
 
+TEST(alarm_list, owns_walks_and_hands_back_its_alarms) {
+  recording_client watcher;
+  auto* list = new alarm_list;
+  auto* a = new alarm("A");
+  auto* b = new alarm("B");
+  for (alarm* each : {a, b, new alarm("C")})
+    EXPECT_TRUE(list->add(each));
+  a->attach_client(watcher);
+  b->attach_client(watcher);
+  EXPECT_TRUE(list->at(3) == nullptr && list->at(-1) == nullptr && list->release(3) == nullptr);
+  std::string names;
+  list->for_each([](alarm& x, void* out) { *static_cast<std::string*>(out) += x.get_name(); },
+                 &names);
+  EXPECT_EQ(names, "ABC");
+  EXPECT_EQ(list->first_that([](const alarm& x, void*) { return x.get_name() == "B"; }, nullptr),
+            b);
+  EXPECT_EQ(list->release(0), a);
+  EXPECT_TRUE(list->destroy(1));
+  EXPECT_FALSE(list->destroy(1));
+  delete list;
+  EXPECT_EQ(watcher.received(), (std::vector<notification>{{b, 610, to_notify_arg(b)}}));
+  delete a;
+}
+
 TEST_F(alarm_test, round_trips_its_configuration_text) {
   alarm a("Depth");
   watch(a, depth_, 4, 12.5, 10.0);

@@ -94,6 +94,8 @@ TEST(message_handler, keeps_repeats_once_within_950_ticks_and_restamps_or_moves_
   log.null_message();
   EXPECT_EQ(watcher.received(), (std::vector<notification>{{&log, 524, 0}}));
   EXPECT_FALSE(log.add_at(message("x"), 3));
+  EXPECT_TRUE(log.add_at(message("x"), 2));
+  EXPECT_TRUE(log.destroy(2));
   EXPECT_FALSE(log.destroy(2));
   std::string order;
   log.for_each([](const message& m, void* out) { *static_cast<std::string*>(out) += m.text; },
@@ -110,11 +112,13 @@ TEST(message_handler, logs_nothing_while_off_and_starts_empty_when_switched_on) 
   log.attach_client(watcher);
   log.add_message("kept", message_handler::keep);
   log.set_active(false);
+  EXPECT_FALSE(log.is_active());
   log.add_message("lost", both);
   EXPECT_EQ(log.count(), 1);
   log.set_active(false);
   EXPECT_EQ(log.count(), 1);
   log.set_active(true);
+  EXPECT_TRUE(log.is_active());
   EXPECT_EQ(log.count(), 0);
   EXPECT_EQ(watcher.codes(), std::vector<int>{520});
   EXPECT_TRUE(printed.lines().empty());

@@ -70,14 +70,6 @@ int run(const std::vector<std::string>& args, std::string& output) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-std::string log_tail(const fs::path& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  std::string s = text.str();
-  return s.size() > 2000 ? s.substr(s.size() - 2000) : s;
-}
-
 }  // namespace
 
 bool under_ci() {
@@ -118,20 +110,21 @@ bool private_cupsd::start(const std::vector<std::string>& queues) {
   fs::create_symlink(cups_exec, root / "serverbin/daemon/cups-exec", ec);
   const fs::path backend = root / "serverbin/backend/capture";
   // Neither group- nor world-writable, or cupsd refuses it; owner-only runs it as its owner.
+  const std::string d = dir_;
+  const std::string files_conf =
+      "ServerRoot " + d + "/etc\nServerBin " + d + "/serverbin\nRequestRoot " + d +
+      "/spool\nTempDir " + d + "/spool/tmp\nCacheDir " + d + "/cache\nStateDir " + d +
+      "/state\nErrorLog " + d + "/log/error_log\nAccessLog " + d + "/log/access_log\nPageLog " + d +
+      "/log/page_log\nSystemGroup root\nLogFileGroup root\n";
+  const std::string cupsd_conf =
+      "LogLevel info\nListen " + sock +
+      "\nBrowsing No\nBrowseLocalProtocols none\nDefaultAuthType None\nWebInterface No\n"
+      "ErrorPolicy abort-job\nPreserveJobFiles No\n<Location />\n  Order allow,deny\n"
+      "  Allow localhost\n</Location>\n<Policy default>\n  JobPrivateAccess all\n"
+      "  JobPrivateValues none\n  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n";
   if (ec || !write_text(backend, capture_backend) || ::chmod(backend.c_str(), 0700) != 0 ||
-      !write_text(root / "etc/cups-files.conf",
-                  "ServerRoot " + dir_ + "/etc\nServerBin " + dir_ + "/serverbin\nRequestRoot " +
-                      dir_ + "/spool\nTempDir " + dir_ + "/spool/tmp\nCacheDir " + dir_ +
-                      "/cache\nStateDir " + dir_ + "/state\nErrorLog " + dir_ +
-                      "/log/error_log\nAccessLog " + dir_ + "/log/access_log\nPageLog " + dir_ +
-                      "/log/page_log\nSystemGroup root\nLogFileGroup root\n") ||
-      !write_text(root / "etc/cupsd.conf",
-                  "LogLevel info\nListen " + sock +
-                      "\nBrowsing No\nBrowseLocalProtocols none\nDefaultAuthType None\n"
-                      "WebInterface No\nErrorPolicy abort-job\nPreserveJobFiles No\n"
-                      "<Location />\n  Order allow,deny\n  Allow localhost\n</Location>\n"
-                      "<Policy default>\n  JobPrivateAccess all\n  JobPrivateValues none\n"
-                      "  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n")) {
+      !write_text(root / "etc/cups-files.conf", files_conf) ||
+      !write_text(root / "etc/cupsd.conf", cupsd_conf)) {
     failure_ = "cannot write the server's files in " + dir_;
     return false;
   }
@@ -162,7 +155,7 @@ bool private_cupsd::start(const std::vector<std::string>& queues) {
     int status = 0;
     if (::waitpid(pid_, &status, WNOHANG) == pid_) {
       pid_ = -1;
-      failure_ = "cupsd ended at once: " + log_tail(out) + log_tail(dir_ + "/log/error_log");
+      failure_ = "cupsd ended at once; see " + out + " and " + dir_ + "/log/error_log";
       return false;
     }
     std::string text;
