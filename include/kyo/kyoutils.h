@@ -48,6 +48,7 @@
 #include <kyo/numerics/numeric_nmrc.h>
 #include <kyo/numerics/numeric_server.h>
 #include <kyo/numerics/numeric_server_list.h>
+#include <kyo/numerics/numeric_wrapper.h>
 #include <kyo/numerics/timedate_nmrc.h>
 #include <kyo/numerics/variable.h>
 
@@ -64,6 +65,10 @@
 #include <kyo/graphics/svg_surface.h>
 #include <kyo/graphics/viewport.h>
 
+// settings
+#include <kyo/settings/help_file.h>
+#include <kyo/settings/project_details.h>
+
 // nmea
 #include <kyo/nmea/line_source.h>
 #include <kyo/nmea/nmea_server.h>
@@ -71,6 +76,7 @@
 #include <kyo/nmea/simulator.h>
 
 // output
+#include <kyo/output/custom_output.h>
 #include <kyo/output/host_strings.h>
 #include <kyo/output/output.h>
 #include <kyo/output/output_file.h>
@@ -79,6 +85,7 @@
 #include <kyo/output/output_string.h>
 #include <kyo/output/print_manager.h>
 #include <kyo/output/printer.h>
+#include <kyo/output/report.h>
 
 // alarms
 #include <kyo/alarms/alarm.h>
