@@ -25,10 +25,16 @@ using detail::text_out;
 namespace {
 
 constexpr int report_time_field = 1;
+constexpr int date_field = 2;
+constexpr int time_field = 3;
+constexpr int last_field = default_report::first_detail + TProjectDetails::count - 1;
 
-constexpr const char* detail_fields[TProjectDetails::count] = {
-    "Company", "JobNmr",     "JobDescription", "JobArea",   "JobStart",   "JobEnd",
-    "Client",  "Contractor", "ClientRep",      "SurveyRep", "PartyChief", "Surveyor",
+// The fields of report (1) and default_report (2 to 15) by index; the project details follow
+// the order of their ids.
+constexpr std::string_view field_names[last_field + 1] = {
+    "",           "Report Time", "Date",   "Time",   "Company",    "JobNmr",    "JobDescription",
+    "JobArea",    "JobStart",    "JobEnd", "Client", "Contractor", "ClientRep", "SurveyRep",
+    "PartyChief", "Surveyor",
 };
 
 // What a field name stands for.
@@ -323,11 +329,11 @@ bool report::generate(std::istream& in, std::ostream& out, clock_tick t) const {
 }
 
 std::string report::field_name(int index) const {
-  return index == report_time_field ? "Report Time" : "";
+  return std::string(index == report_time_field ? field_names[index] : "");
 }
 
 int report::find_field(std::string_view name) const {
-  return name == "Report Time" ? report_time_field : no_field;
+  return name == field_names[report_time_field] ? report_time_field : no_field;
 }
 
 void report::get_field(int index, clock_tick t, variable& v) const {
@@ -343,26 +349,23 @@ default_report::default_report(std::string template_path, const TProjectDetails*
     : report(std::move(template_path)), details_(details) {}
 
 std::string default_report::field_name(int index) const {
-  if (index == 2) return "Date";
-  if (index == 3) return "Time";
-  if (index >= first_detail && index < first_detail + TProjectDetails::count)
-    return detail_fields[index - first_detail];
+  if (index >= date_field && index <= last_field) return std::string(field_names[index]);
   return report::field_name(index);
 }
 
 int default_report::find_field(std::string_view name) const {
-  for (int i = 2; i < first_detail + TProjectDetails::count; ++i) {
-    if (field_name(i) == name) return i;
+  for (int i = date_field; i <= last_field; ++i) {
+    if (field_names[i] == name) return i;
   }
   return report::find_field(name);
 }
 
 void default_report::get_field(int index, clock_tick t, variable& v) const {
-  if (index == 2 || index == 3) {
-    v.set(variable::date_time_type, time_of(t), index == 2 ? date_fmt : time_fmt, nullptr);
+  if (index == date_field || index == time_field) {
+    v.set(variable::date_time_type, time_of(t), index == date_field ? date_fmt : time_fmt, nullptr);
     return;
   }
-  if (index >= first_detail && index < first_detail + TProjectDetails::count) {
+  if (index >= first_detail && index <= last_field) {
     const TProjectDetails* d = details_ != nullptr ? details_ : GetProjecDetails();
     if (d != nullptr) v.set(d->get_info(TProjectDetails::id(index - first_detail)));
     return;

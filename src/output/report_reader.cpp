@@ -47,23 +47,50 @@ void text_out::flush() {
   chunk_.clear();
 }
 
+bool template_reader::fill() {
+  pos_ = 0;
+  len_ = 0;
+  if (in_ == nullptr) return false;
+  const std::streamsize n =
+      in_->sgetn(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+  len_ = n > 0 ? static_cast<std::size_t>(n) : 0;
+  return len_ > 0;
+}
+
 int template_reader::get() {
-  if (pushed_ >= 0) {
-    const int c = pushed_;
-    pushed_ = -1;
-    return c;
+  if (pos_ == len_ && !fill()) return -1;
+  return static_cast<unsigned char>(buffer_[pos_++]);
+}
+
+// Copies text up to the next '[' (which it consumes) and returns true; false when reading
+// stopped first.
+bool template_reader::copy_text(text_out& out) {
+  for (;;) {
+    if (pos_ == len_ && !fill()) {
+      end_ = read_end::complete;
+      return false;
+    }
+    const std::string_view rest(buffer_.data() + pos_, len_ - pos_);
+    const std::size_t stop = rest.find_first_of(std::string_view("[\0", 2));
+    out.write(rest.substr(0, stop));
+    if (stop == std::string_view::npos) {
+      pos_ = len_;
+      continue;
+    }
+    pos_ += stop + 1;
+    if (rest[stop] == '[') return true;
+    end_ = read_end::zero_byte;
+    return false;
   }
-  if (in_ == nullptr) return -1;
-  const int c = in_->sbumpc();
-  return c == std::streambuf::traits_type::eof() ? -1 : c;
 }
 
 bool template_reader::next(report_token& tok, text_out& out) {
-  enum class state { text, open, comment, name, format, close };
+  enum class state { open, comment, name, format, close };
   if (end_ != read_end::reading) return false;
   tok.name.clear();
   tok.format.clear();
-  state st = state::text;
+  if (!copy_text(out)) return false;
+  state st = state::open;
   for (;;) {
     const int c = get();
     if (st == state::close) {
@@ -72,39 +99,33 @@ bool template_reader::next(report_token& tok, text_out& out) {
         st = state::format;
         continue;
       }
-      pushed_ = c;
+      if (c >= 0) --pos_;  // the byte after the token belongs to the next read
       tok.type = type_of(tok.name);
       return true;
     }
     if (c <= 0) {
-      end_ = c == 0 ? read_end::zero_byte
-                    : (st == state::text ? read_end::complete : read_end::inside_token);
+      end_ = c == 0 ? read_end::zero_byte : read_end::inside_token;
       return false;
     }
     const char ch = static_cast<char>(c);
     switch (st) {
-      case state::text:
-        if (ch == '[') {
-          st = state::open;
-        } else {
-          out.put(ch);
-        }
-        break;
       case state::open:
         if (ch == '!') {
           st = state::comment;
-        } else if (ch == '[') {
-          out.write(doubling_ ? "[[" : "[");
-          st = state::text;
-        } else if (ch == ']') {
-          st = state::text;
+        } else if (ch == '[' || ch == ']') {
+          // "[[" writes one bracket, "[]" nothing; then back to text.
+          if (ch == '[') out.write(doubling_ ? "[[" : "[");
+          if (!copy_text(out)) return false;
         } else {
           append(tok.name, std::string_view(&ch, 1));
           st = state::name;
         }
         break;
       case state::comment:
-        if (ch == ']') st = state::text;
+        if (ch == ']') {
+          if (!copy_text(out)) return false;
+          st = state::open;
+        }
         break;
       case state::name:
         if (ch == ':') {

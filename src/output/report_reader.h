@@ -76,7 +76,7 @@ class view_buf : public std::streambuf {
 class template_reader {
  public:
   /// A reader of `in` (null: an empty template).
-  explicit template_reader(std::streambuf* in) : in_(in) {}
+  explicit template_reader(std::streambuf* in) : in_(in), buffer_(buffer_size, '\0') {}
 
   /// With doubling on, the escapes are written as they stand ("[[" and, inside a format, "]]"),
   /// so that what is captured reads back as the same template.
@@ -88,10 +88,16 @@ class template_reader {
   [[nodiscard]] read_end end() const noexcept { return end_; }
 
  private:
+  // Plain text is copied from the buffer in runs; tokens are read a byte at a time.
+  static constexpr std::size_t buffer_size = 64 * 1024;
+  bool fill();
   int get();
+  bool copy_text(text_out& out);
 
   std::streambuf* in_;
-  int pushed_ = -1;
+  std::string buffer_;
+  std::size_t pos_ = 0;
+  std::size_t len_ = 0;
   bool doubling_ = false;
   read_end end_ = read_end::reading;
 };

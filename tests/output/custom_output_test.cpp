@@ -118,7 +118,7 @@ TEST(custom_output, loads_what_the_tokenizer_finds_and_stops_at_the_first_fault)
        "OutputNmrcsCount=1,,44\nOutNumeric0=GPS,1,\n", "44", '#', "A"},
       {"the separator is cut to 8 bits", "OutputNmrcsCount=0,L,300\n", "L", ',', "A"},
       {"loading appends and stops at an unknown path",
-       "OutputNmrcsCount=3,L,59\nOutNumeric0=GPS,1\nOutNumeric1=GPS.Nowhere,1\n"
+       "OutputNmrcsCount=3,L, +59\nOutNumeric0=GPS,1\nOutNumeric1=GPS.Nowhere,1\n"
        "OutNumeric2=GPS,1\n",
        "L", ';', "A;A"},
       {"a count beyond the keys stops at the first missing one",

@@ -124,6 +124,12 @@ TEST_F(report_test, reads_tokens_escapes_and_fields) {
     EXPECT_EQ(render(tmpl, &ok), expected);
     EXPECT_EQ(ok, complete);
   }
+  std::string names;
+  for (int i = 0; i <= 16; ++i)
+    names += r.field_name(i) + "|";
+  EXPECT_EQ(names,
+            "|Report Time|Date|Time|Company|JobNmr|JobDescription|JobArea|JobStart|JobEnd|Client|"
+            "Contractor|ClientRep|SurveyRep|PartyChief|Surveyor||");
   r.set_project_details(nullptr);
   EXPECT_EQ(render("[Company][IF:Company]x[ELSE]y[ENDIF]"), "y")
       << "without project details their fields are undefined";
