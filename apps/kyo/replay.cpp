@@ -1,9 +1,10 @@
 // kyo replay: a survey navigation run on NMEA data, as a survey application drives the library.
 // From a log it replays under artificial time, one clock tick per epoch (a new time stamp in the
 // data); from a TCP or gpsd source it runs live on the real clock until interrupted. Every tick
-// checks the alarms, whose changes go to the message log, which the print manager copies into a
-// time-named text file. At the end it draws the track with the vessel outline into an SVG plot
-// and prints a summary.
+// writes the custom output lines to their time-named files and checks the alarms, whose changes
+// go to the message log, which the print manager copies into a time-named text file. At the end
+// it generates a report from a template with the project details and the last numerics, draws
+// the track with the vessel outline into an SVG plot and prints a summary.
 #include <signal.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <numbers>
 #include <optional>
@@ -29,10 +31,14 @@
 #include <kyo/nmea/nmea_server.h>
 #include <kyo/nmea/sentence.h>
 #include <kyo/numerics/message_handler.h>
+#include <kyo/output/custom_output.h>
+#include <kyo/output/output_file.h>
 #include <kyo/output/print_manager.h>
+#include <kyo/output/report.h>
 #include <kyo/platform/path_map.h>
 #include <kyo/platform/profile.h>
 #include <kyo/platform/ui_hooks.h>
+#include <kyo/settings/project_details.h>
 #include <kyo/time/clock_tick.h>
 #include <kyo/time/time_manager.h>
 
@@ -167,8 +173,12 @@ class replay_run {
   }
 
   // The members go in reverse order: the alarms first (they tell the counter and stop watching
-  // the servers), the print manager after the message log has let go of it.
-  ~replay_run() { get_msg_hndlr().set_print_mgr(nullptr); }
+  // the servers), the output strings before their lines, the print manager after the message
+  // log has let go of it.
+  ~replay_run() {
+    get_msg_hndlr().set_print_mgr(nullptr);
+    deAllocProjectDetails();
+  }
 
  private:
   bool set_up() {
@@ -213,7 +223,10 @@ class replay_run {
     }
     gps_->set_reference_time(reference);
     set_up_log();
+    load_custom_outputs();
     load_alarms();
+    allocProjectDetails();
+    if (!config_.empty()) loadProjectDetails(config_);
     if (source_->live()) {
       time_manager::use_artificial_time(false);
     } else {
@@ -233,6 +246,28 @@ class replay_run {
     log.set_active(false);
     log.set_active(true);  // an empty log for this run
     log.set_print_mgr(printer_.get());
+  }
+
+  /// The custom outputs "CustomOutput0" ... (as many as [Replay] CustomOutputs says), each
+  /// writing its lines to time-named files with the extension [Replay] OutputExtension<n>
+  /// ("out" when not given) in the output folder.
+  void load_custom_outputs() {
+    const long count = std::clamp(setting_int("CustomOutputs", 0), 0L, 100L);
+    for (long i = 0; i < count; ++i) {
+      auto line = std::make_unique<custom_output>();
+      line->loadData(config_, static_cast<int>(i), *root_);
+      if (line->get_nmrcs_count() == 0) {
+        io_.err << "kyo replay: CustomOutput" << i << " shows no numerics; skipped\n";
+        continue;
+      }
+      const std::string ext = setting(("OutputExtension" + std::to_string(i)).c_str(), "out");
+      auto producer = std::make_unique<custom_output_string>(line->get_name(), *line);
+      producer->outputs().add_at(*new output_file(args_.out_dir, ext.c_str()),
+                                 producer->outputs().count());
+      producer->set_enabled(true, true);
+      lines_.push_back(std::move(line));
+      producers_.push_back(std::move(producer));
+    }
   }
 
   /// The alarms of the [Alarms] section: Count, then Alarm0, Alarm1, ... as alarm configuration
@@ -296,6 +331,8 @@ class replay_run {
   void finish_epoch() {
     ++epochs_;
     epoch_open_ = false;
+    for (const std::unique_ptr<custom_output_string>& p : producers_)
+      p->parent_notify(*p, output_code::new_line, static_cast<long>(tick_.value()));
     for (int i = 0; i < alarms_.count(); ++i)
       alarms_.at(i)->check(tick_, *printer_);
     double lat = 0, lon = 0, heading = 0, course = 0;
@@ -318,10 +355,29 @@ class replay_run {
   }
 
   int finish() {
+    for (const std::unique_ptr<custom_output_string>& p : producers_)
+      p->activate(false);
     printer_->activate(false);
+    write_report();
     draw_plot((fs::path(args_.out_dir) / "track.svg").string());
     summary();
     return epochs_ == 0 ? exit_failure : exit_ok;
+  }
+
+  /// The report of [Replay] Template (survey-report.html) for the last tick, with the project
+  /// details and the numerics, into [Replay] Report (the template's name) in the output folder.
+  void write_report() {
+    const std::string name = setting("Template", "survey-report.html");
+    const std::string path = config_path(name);
+    if (config_.empty() || !fs::exists(native_path(path))) return;
+    const std::string target =
+        (fs::path(args_.out_dir) / fs::path(setting("Report", name)).filename()).string();
+    std::ofstream out(target, std::ios::binary | std::ios::trunc);
+    default_report r(path, GetProjecDetails());
+    r.set_numerics_root(root_.get());
+    if (!out || !r.generate(out, tick_) || !out.flush()) {
+      io_.err << "kyo replay: the report '" << target << "' could not be written whole\n";
+    }
   }
 
   /// The track in local metres east and north of its first point, the vessel at its end.
@@ -451,6 +507,8 @@ class replay_run {
   std::vector<track_point> track_;
   replay_hooks* hooks_ = nullptr;
   std::unique_ptr<print_manager> printer_;
+  std::vector<std::unique_ptr<custom_output>> lines_;
+  std::vector<std::unique_ptr<custom_output_string>> producers_;
   const fs::file_time_type started_ = fs::file_time_type::clock::now();
   alarm_counter counter_;
   alarm_list alarms_;
