@@ -13,8 +13,6 @@ namespace {
 
 constexpr const char* count_key = "OutputNmrcsCount";
 constexpr const char* count_default = "0,,32";
-// Reserving for an absurd count would allocate for entries that never come.
-constexpr int max_reserve = 256;
 
 // The fields of a comma-separated value; empty fields are skipped, so "a,,b" gives two.
 std::vector<std::string_view> split_fields(std::string_view text) {
@@ -123,7 +121,6 @@ void custom_output::loadData(const std::string& file, const std::string& section
   name_ = std::string(fields[1]);
   if (fields.size() < 3) return;
   separator_ = static_cast<signed char>(leading_int(fields[2]));
-  if (count > 0) numerics_.reserve(numerics_.size() + std::min(count, max_reserve));
   for (int i = 0; i < count; ++i) {
     const std::string value = read_value(file, section, entry_key(i).c_str(), "");
     const std::vector<std::string_view> entry = split_fields(value);

@@ -69,7 +69,7 @@ TEST(custom_output, builds_lines_with_separators_between_entries) {
 
 TEST(custom_output, entries_leave_with_their_server_in_order) {
   servers s;
-  auto* other = new test_numeric_server(&s.root, "Other");
+  auto* other = new test_numeric_server(new test_numeric_server(&s.root, "Hidden", true), "Other");
   other->set_text(other->add("Name", numeric_type::text), "O");
   {
     custom_output c;
