@@ -1,5 +1,6 @@
 // File outputs on real files: names from the local time, the pending first write, rollover at
 // 728,576 bytes, the overwrite question, write failures, read-only folders and the stream form.
+#include <kyo/output/host_strings.h>
 #include <kyo/output/output_file.h>
 
 #include <gtest/gtest.h>
@@ -54,6 +55,7 @@ TEST_F(output_file_test, creates_its_file_at_the_first_write_named_by_local_time
   EXPECT_EQ(out.file_path(), folder() + "\\183-0905.txt");
   EXPECT_EQ(dir_.read("183-0905.txt"), "one\r\ntwo\r\n") << "flushed with every chunk";
   EXPECT_EQ(out.close(), 0);
+  EXPECT_EQ(out.file_path(), "");
   EXPECT_EQ(out.close(), 4);
   EXPECT_EQ(out.write(nullptr, 3), 4);
   EXPECT_TRUE(ui_.events().empty());
@@ -85,13 +87,16 @@ TEST_F(output_file_test, asks_before_replacing_a_file_and_closes_on_no) {
   dir_.write("183-0905.txt", "kept");
   output_file out(folder(), "txt");
   ui_.answer_questions(false);
+  // The application's table answers text 10; the built-in text 11 fills in.
+  set_host_strings([](unsigned long id) { return id == 10 ? std::string("Replace") : ""; });
   ASSERT_EQ(out.open(), 0);
   EXPECT_EQ(write(out, "new"), 3);
   EXPECT_FALSE(out.is_open());
   EXPECT_EQ(write(out, "new"), 4);
   EXPECT_EQ(dir_.read("183-0905.txt"), "kept");
   const ui_event asked{ui_event::kind::question,
-                       folder() + "\\183-0905.txt already exists. Overwrite it?", "Output File", 0};
+                       folder() + "\\183-0905.txt already exists. Overwrite it?", "Replace", 0};
+  set_host_strings({});
   EXPECT_EQ(ui_.events(), std::vector<ui_event>{asked});
 
   ui_.answer_questions(true);

@@ -71,22 +71,36 @@ TEST(output_list, tells_additions_and_removals_and_drops_outputs_that_die) {
   EXPECT_EQ(watcher.received().back(), (notification{&list, 777, 5}));
 }
 
+/// An output of the application's own kinds (types 1 and 3).
+class app_output : public output {
+ public:
+  explicit app_output(int type) : server(nullptr, "app"), output(static_cast<output_type>(type)) {}
+  int write(const char*, int) override { return 0; }
+};
+
 TEST(output_list, deletes_file_outputs_at_its_end_and_leaves_printer_outputs_alive) {
   printer p(streamable_init);
   output_printer kept(p, "doc");
+  app_output kind3(3);
   auto* list = new output_list(nullptr);
   auto* file = new output_file("A", "txt");
-  recording_client file_watcher;
-  file->attach_client(file_watcher);
-  list->add_at(kept, 0);
-  list->add_at(*file, 1);
-  EXPECT_EQ(list->index_of(kept), 0);
-  auto is_file = [](const output& o, void*) { return o.type() == output_type::file; };
-  EXPECT_EQ(list->first_that(is_file, nullptr), file);
+  auto* kind1 = new app_output(1);
+  recording_client watcher;
+  file->attach_client(watcher);
+  kind1->attach_client(watcher);
+  for (output* o : std::initializer_list<output*>{file, &kind3, &kept})
+    list->add_at(*o, list->count());
+  list->add_at(*kind1, 1);
+  std::string types;
+  list->for_each(
+      [](output& o, void* out) { *static_cast<std::string*>(out) += char('0' + int(o.type())); },
+      &types);
+  EXPECT_EQ(types, "0132");
+  auto is_printer = [](const output& o, void*) { return o.type() == output_type::printer; };
+  EXPECT_EQ(list->first_that(is_printer, nullptr), &kept);
   delete list;
-  EXPECT_EQ(file_watcher.codes(), std::vector<int>{430}) << "the file output was deleted";
-  EXPECT_EQ(kept.get_name(), "");
-  EXPECT_FALSE(kept.list_owned());
+  EXPECT_EQ(watcher.codes(), (std::vector<int>{430, 430})) << "file and kind 1 deleted";
+  EXPECT_FALSE(kept.list_owned() || kind3.list_owned());
 }
 
 TEST(output_string, switches_on_only_while_enabled_and_writes_non_empty_lines) {
