@@ -37,6 +37,9 @@ void add_shapes(CLI::App& kyo, const streams& io, action& run);
 void add_simulate(CLI::App& kyo, const streams& io, action& run);
 void add_replay(CLI::App& kyo, const streams& io, action& run);
 
+/// Ends a running `kyo replay` as Ctrl-C does (for a live source, which runs until stopped).
+void stop_replay();
+
 /// Runs `kyo ARGS...` (ARGS without the program name): parses, then runs the
 /// chosen subcommand. Help goes to `out`, usage errors to `err` with exit_usage.
 int run_kyo(std::span<const std::string> args, std::ostream& out, std::ostream& err);

@@ -30,6 +30,7 @@
 #include <kyo/nmea/line_source.h>
 #include <kyo/nmea/nmea_server.h>
 #include <kyo/nmea/sentence.h>
+#include <kyo/numerics/general_numerics.h>
 #include <kyo/numerics/message_handler.h>
 #include <kyo/output/custom_output.h>
 #include <kyo/output/output_file.h>
@@ -212,6 +213,7 @@ class replay_run {
     }
     root_ = std::make_unique<numeric_server>(nullptr, "", false, 0, true);
     gps_ = new nmea::nmea_server(root_.get(), "GPS", setting_int("Timeout", 3000));
+    new general_numerics(root_.get(), "KYO", false, 0, true);  // the replay's clock
     // Time-of-day stamps before the first date go on the day nearest to that date, which a
     // log holds further on; live data are placed near today.
     timedate reference;
@@ -515,6 +517,10 @@ class replay_run {
 };
 
 }  // namespace
+
+void stop_replay() {
+  interrupted.store(true);
+}
 
 void add_replay(CLI::App& kyo, const streams& io, action& run) {
   CLI::App* sub = kyo.add_subcommand("replay",

@@ -121,7 +121,7 @@ std::string survey_simulator::sentences(std::int64_t i) const {
   out +=
       sentence_line("GPVTG," + format_one("%.2f", course) + ",T,,M," + format_one("%.2f", knots) +
                     ",N," + format_one("%.2f", knots * 1.852) + ",K,A");
-  out += sentence_line("HEHDT," + format_one("%.2f", v.heading_rad / deg_to_rad) + ",T");
+  out += sentence_line("GPHDT," + format_one("%.2f", v.heading_rad / deg_to_rad) + ",T");
   return out;
 }
 

@@ -1,5 +1,5 @@
-// Checks, once per test program, that the environment ctest sets is in place:
-// tests rely on a fixed time zone and the C locale.
+// Puts, once per test program, the environment tests rely on in place: a fixed
+// time zone and the C locale, also when a program runs outside ctest.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -16,6 +16,7 @@ class fixed_environment : public testing::Environment {
       setenv("TZ", "UTC", 1);
     }
     tzset();
+    setenv("LC_ALL", "C", 1);
   }
 };
 

@@ -1,10 +1,11 @@
 // A simulated survey vessel: it runs parallel survey lines at a set speed, turning between them
 // on half circles, with noise on its heading, and reports each epoch as the NMEA sentences a
-// survey receiver and gyrocompass send (ZDA, GGA, VTG, HDT). The same settings and seed give the
-// same sentences, byte for byte.
+// dual-antenna survey receiver sends (ZDA, GGA, VTG, HDT, all from talker GP). The same settings
+// and seed give the same sentences, byte for byte.
 #pragma once
 
 #include <cstdint>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,9 @@ namespace kyo::nmea {
 
 /// What the simulated survey looks like.
 struct survey_plan {
-  double origin_lat_rad = 0.9505;  ///< start of the first line (about 54.46 N)
-  double origin_lon_rad = 0.0520;  ///< (about 2.98 E, the southern North Sea)
-  double line_heading_deg = 45;    ///< true heading of the first line; lines alternate
+  double origin_lat_rad = 54.46 * std::numbers::pi / 180;  ///< start of the first line: 54.46 N
+  double origin_lon_rad = 2.98 * std::numbers::pi / 180;   ///< 2.98 E, the southern North Sea
+  double line_heading_deg = 45;  ///< true heading of the first line; lines alternate
   double line_length_m = 600;
   double line_spacing_m = 50;  ///< to the right of the first line's heading
   int line_count = 4;
