@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "support/temp_dir.h"
@@ -12,55 +13,50 @@
 namespace kyo::test {
 namespace {
 
+using pd = TProjectDetails;
+
 TEST(project_details, starts_with_padded_labels_and_four_defaults) {
-  const TProjectDetails d;
+  const pd d;
   std::string all;
-  for (int i = 0; i < TProjectDetails::count; ++i) {
-    const auto id = TProjectDetails::id(i);
-    all += d.get_name(id) + "=" + d.get_info(id) + ";";
-  }
+  for (int i = -1; i <= pd::count; ++i)
+    all += d.get_name(pd::id(i)) + "=" + d.get_info(pd::id(i)) + ";";
   EXPECT_EQ(all,
-            "Company Name        =Varnak Hydrographic Inc;Project Number      =1;"
+            "=;Company Name        =Varnak Hydrographic Inc;Project Number      =1;"
             "Project Description =Survey;Survey Area         =GOM;Start Date of Survey=;"
             "End   Date of Survey=;Client              =;Contractor          =;"
             "Client Rep.         =;Survey Rep.         =;Party Chief         =;"
-            "Surveyor            =;");
-  EXPECT_EQ(d.get_info(TProjectDetails::id(12)) + d.get_name(TProjectDetails::id(-1)), "");
+            "Surveyor            =;=;");
 }
 
 TEST(project_details, keeps_every_value_through_a_profile_file) {
   temp_dir dir;
   const std::string file = dir.file("job.ini");
   dir.write("job.ini", "[Other]\r\nx=1\r\n");
-  TProjectDetails d;
+  pd d;
   d.loadProjectInfoData(file);
-  EXPECT_EQ(d.get_info(TProjectDetails::company_name), " ") << "a missing key reads as a blank";
-  const std::string values[TProjectDetails::count] = {
-      "Acme  Survey Ltd",    " ",         "  leading", "trailing  ", "\"quoted\"", "'q'", "",
-      std::string(100, 'x'), "a \"b\" c", "50\xB0N",   "'",          "x"};
-  TProjectDetails::transfer_s t;
-  for (int i = 0; i < TProjectDetails::count; ++i)
-    t.infos[i] = values[i];
-  d.transfer(t, TProjectDetails::transfer_set);
+  EXPECT_EQ(d.get_info(pd::company_name) + d.get_info(pd::surveyor), "  ")
+      << "missing keys read as a blank";
+  const std::string values[pd::count] = {
+      "Acme  Survey Ltd",   " ",         "  lead", "trail  ", "\"q\"", "'q'", "",
+      std::string(80, 'x'), "a \"b\" c", "'",      "50\xB0N", "x"};
+  pd::transfer_s t;
+  std::copy(std::begin(values), std::end(values), t.infos.begin());
+  d.transfer(t, pd::transfer_set);
   ASSERT_TRUE(d.saveProjectInfoData(file));
   EXPECT_EQ(dir.read("job.ini"),
             "[Other]\r\nx=1\r\n\r\n[ProjectInfo]\r\nCompany Name=Acme  Survey Ltd\r\n"
-            "Project Number=\" \"\r\nProject Description=\"  leading\"\r\n"
-            "Survey Area=\"trailing  \"\r\nStart Date of Survey=\"\"quoted\"\"\r\n"
-            "End   Date of Survey=\"'q'\"\r\nClient=\r\nContractor=" +
-                std::string(100, 'x') +
-                "\r\nClient Rep.=a \"b\" c\r\nSurvey Rep.=50\xB0N\r\nParty Chief='\r\n"
+            "Project Number=\" \"\r\nProject Description=\"  lead\"\r\nSurvey Area=\"trail  \"\r\n"
+            "Start Date of Survey=\"\"q\"\"\r\nEnd   Date of Survey=\"'q'\"\r\nClient=\r\n"
+            "Contractor=" +
+                std::string(80, 'x') +
+                "\r\nClient Rep.=a \"b\" c\r\nSurvey Rep.='\r\nParty Chief=50\xB0N\r\n"
                 "Surveyor=x\r\n");
-  TProjectDetails back;
+  pd back;
   back.loadProjectInfoData(file);
-  TProjectDetails::transfer_s out;
-  back.transfer(out, TProjectDetails::transfer_get);
-  for (int i = 0; i < TProjectDetails::count; ++i) {
-    SCOPED_TRACE(i);
-    EXPECT_EQ(out.infos[i], values[i].substr(0, 79)) << "values are cut at 79 characters";
-  }
-  back.transfer(t, 2);
-  EXPECT_EQ(back.get_info(TProjectDetails::client), "") << "direction 2 changes nothing";
+  back.transfer(t, 2);  // changes nothing
+  back.transfer(t, pd::transfer_get);
+  for (int i = 0; i < pd::count; ++i)
+    EXPECT_EQ(t.infos[i], values[i].substr(0, 79)) << i << ": values are cut at 79 characters";
 }
 
 TEST(project_details, process_wide_objects_live_from_alloc_to_dealloc) {
@@ -68,22 +64,19 @@ TEST(project_details, process_wide_objects_live_from_alloc_to_dealloc) {
   const std::string file = dir.file("p.ini");
   EXPECT_FALSE(saveProjectDetails(file)) << "nothing to save before allocProjectDetails";
   ASSERT_TRUE(allocProjectDetails());
-  GetProjecDetails()->set_info(TProjectDetails::surveyor, "J. Smith");
+  GetProjecDetails()->set_info(pd::surveyor, "J. Smith");
   EXPECT_TRUE(saveProjectDetails(file));
   ASSERT_TRUE(allocProjectDetails()) << "a new object starts from the defaults";
-  EXPECT_EQ(prjDetailsGetInfo(TProjectDetails::surveyor), "");
+  const std::string before = prjDetailsGetInfo(pd::surveyor);
   loadProjectDetails(file);
-  EXPECT_EQ(prjDetailsGetInfo(TProjectDetails::surveyor), "J. Smith");
-  EXPECT_EQ(prjDetailsGetName(TProjectDetails::party_chief), "Party Chief         ");
+  EXPECT_EQ(before + "|" + prjDetailsGetInfo(pd::surveyor) + "|" + prjDetailsGetName(pd::client),
+            "|J. Smith|Client              ");
   deAllocProjectDetails();
-  EXPECT_EQ(GetProjecDetails(), nullptr);
   loadProjectDetails(file);
-  EXPECT_EQ(
-      prjDetailsGetName(TProjectDetails::surveyor) + prjDetailsGetInfo(TProjectDetails::surveyor),
-      "");
-
   allocHelpFile("C:\\KYO\\kyo.hlp");
-  EXPECT_EQ(getHelpFile(), "C:\\KYO\\kyo.hlp");
+  EXPECT_EQ(prjDetailsGetName(pd::surveyor) + prjDetailsGetInfo(pd::surveyor) + getHelpFile(),
+            "C:\\KYO\\kyo.hlp");
+  EXPECT_EQ(GetProjecDetails(), nullptr);
   deAllocHelpFile();
   EXPECT_EQ(getHelpFile(), "");
 }
