@@ -38,7 +38,7 @@ TEST(project_details, keeps_every_value_through_a_profile_file) {
       << "missing keys read as a blank";
   const std::string values[pd::count] = {
       "Acme  Survey Ltd",   " ",         "  lead", "trail  ", "\"q\"", "'q'", "",
-      std::string(80, 'x'), "a \"b\" c", "'",      "50\xB0N", "x"};
+      std::string(80, 'x'), "a \"b\" c", "'",      "50\xB0N", "''"};
   pd::transfer_s t;
   std::copy(std::begin(values), std::end(values), t.infos.begin());
   d.transfer(t, pd::transfer_set);
@@ -50,7 +50,7 @@ TEST(project_details, keeps_every_value_through_a_profile_file) {
             "Contractor=" +
                 std::string(80, 'x') +
                 "\r\nClient Rep.=a \"b\" c\r\nSurvey Rep.='\r\nParty Chief=50\xB0N\r\n"
-                "Surveyor=x\r\n");
+                "Surveyor=\"''\"\r\n");
   pd back;
   back.loadProjectInfoData(file);
   back.transfer(t, 2);  // changes nothing
