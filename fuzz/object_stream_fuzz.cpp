@@ -1,15 +1,24 @@
 // The object stream reader on arbitrary bytes, with the library's own classes registered
-// (servers, server lists, numeric servers, numerics): a read either fails cleanly or gives an
+// (servers, server lists, numeric servers and numerics, outputs, output lists and strings, the
+// print manager, mobile shapes and their components): a read either fails cleanly or gives an
 // object whose tree the caller frees through its root; the sanitizers report any fault or leak.
 #include <set>
 #include <sstream>
 #include <string>
 
 #include <kyo/core/object_stream.h>
+#include <kyo/graphics/mobile_shape.h>
 #include <kyo/notify/server.h>
+#include <kyo/numerics/general_numerics.h>
+#include <kyo/numerics/make_numeric.h>
 #include <kyo/numerics/numeric.h>
 #include <kyo/numerics/numeric_server.h>
+#include <kyo/output/custom_output.h>
+#include <kyo/output/output_file.h>
+#include <kyo/output/output_list.h>
+#include <kyo/output/print_manager.h>
 
+#include "fuzz_files.h"
 #include "fuzz_input.h"
 
 namespace {
@@ -22,6 +31,22 @@ Node* root_of(Node* n) {
 }
 
 }  // namespace
+
+// Makes one object of each streamable class, so that a static link keeps the classes and their
+// stream registrations.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  kyo::fuzz::silence();
+  kyo::general_numerics clock(nullptr, "KYO", false, 0, true);
+  delete kyo::make_numeric(clock, 1);
+  kyo::custom_output line;
+  kyo::print_manager printer(nullptr);
+  kyo::custom_output_string producer("x", line);
+  producer.outputs().add_at(*new kyo::output_file("", "x"), 0);
+  kyo::mobile_shape shape(nullptr, "x");
+  shape.add(std::make_unique<kyo::shape_line>(std::vector<kyo::dpoint>{{0, 0}, {1, 1}}));
+  shape.add(std::make_unique<kyo::shape_ellipse>(kyo::dpoint{0, 0}, kyo::dellipse{1, 1, 0}));
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::istringstream bytes(std::string(reinterpret_cast<const char*>(data), size));

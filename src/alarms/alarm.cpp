@@ -61,7 +61,8 @@ std::unique_ptr<numeric> numeric_for(const numeric_server& s, int index, const n
     return std::unique_ptr<numeric>(settings->clone());
   }
   std::unique_ptr<numeric> n(make_numeric(s, index));
-  if (n != nullptr && settings != nullptr && typeid(*n) == typeid(*settings)) {
+  const numeric* made = n.get();
+  if (made != nullptr && settings != nullptr && typeid(*made) == typeid(*settings)) {
     std::string config;
     settings->write_config(config);
     n->read_config(config.c_str());
