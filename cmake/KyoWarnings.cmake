@@ -21,6 +21,11 @@ if(KYO_BUILD_FUZZ)
   set(KYO_SANITIZE ON)
 endif()
 
+if(KYO_TSAN)
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+endif()
+
 if(KYO_SANITIZE)
   # Applied globally so that the library, tests and tools agree on the runtime.
   add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer

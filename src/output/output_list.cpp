@@ -33,9 +33,15 @@ output_list::~output_list() {
   items_.clear();
 }
 
+// An output tells the list of its end holding its own lock, then the list's: so the list's lock
+// is never held while an output's is taken (attaching, detaching), or the two could deadlock.
+
 bool output_list::add_at(output& o, int index) {
-  if (index < 0 || index > count() || index_of(o) >= 0) return false;
-  items_.insert(items_.begin() + index, &o);
+  {
+    std::lock_guard guard(lock());
+    if (index < 0 || index > count() || index_of(o) >= 0) return false;
+    items_.insert(items_.begin() + index, &o);
+  }
   o.attach_client(*this);
   set_dirty();
   notify_clients(output_code::added, index, true);
@@ -43,35 +49,50 @@ bool output_list::add_at(output& o, int index) {
 }
 
 bool output_list::remove(int index) {
-  if (index < 0 || index >= count()) return false;
-  output* o = items_[static_cast<std::size_t>(index)];
+  output* o = nullptr;
+  {
+    std::lock_guard guard(lock());
+    if (index < 0 || index >= count()) return false;
+    o = items_[static_cast<std::size_t>(index)];
+  }
   notify_clients(output_code::removed, index, true);
-  // A client may have changed the list while it was told.
-  const int now = index_of(*o);
-  if (now >= 0) {
-    o->detach_client(*this);
+  {
+    // A client may have changed the list while it was told.
+    std::lock_guard guard(lock());
+    const int now = index_of(*o);
+    if (now < 0) return true;
     items_.erase(items_.begin() + now);
   }
+  o->detach_client(*this);
   return true;
 }
 
-output* output_list::at(int index) const noexcept {
+int output_list::count() const {
+  std::lock_guard guard(lock());
+  return static_cast<int>(items_.size());
+}
+
+output* output_list::at(int index) const {
+  std::lock_guard guard(lock());
   if (index < 0 || index >= count()) return nullptr;
   return items_[static_cast<std::size_t>(index)];
 }
 
-int output_list::index_of(const output& o) const noexcept {
+int output_list::index_of(const output& o) const {
+  std::lock_guard guard(lock());
   const auto it = std::find(items_.begin(), items_.end(), &o);
   return it == items_.end() ? -1 : static_cast<int>(it - items_.begin());
 }
 
 void output_list::for_each(void (*f)(output&, void*), void* arg) {
+  std::lock_guard guard(lock());
   // By index, read afresh, so that an output leaving the list during the walk is not touched.
   for (std::size_t i = 0; i < items_.size(); ++i)
     f(*items_[i], arg);
 }
 
 output* output_list::first_that(bool (*f)(const output&, void*), void* arg) const {
+  std::lock_guard guard(lock());
   for (std::size_t i = 0; i < items_.size(); ++i) {
     if (f(*items_[i], arg)) return items_[i];
   }
@@ -84,6 +105,7 @@ void output_list::notify(server& /*source*/, int code, long arg) {
     return;
   }
   const auto* gone = from_notify_arg<output>(arg);
+  std::lock_guard guard(lock());
   const auto it = std::find(items_.begin(), items_.end(), gone);
   if (it == items_.end()) return;
   const int index = static_cast<int>(it - items_.begin());

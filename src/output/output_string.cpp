@@ -33,13 +33,10 @@ bool output_string::activate(bool on) {
   if (on == active_) return true;
   if (on && !enabled_) return false;
   active_ = on;
-  for (int i = 0; i < outputs_->count(); ++i) {
-    output* o = outputs_->at(i);
-    if (on) {
-      (void)o->open();
-    } else {
-      o->close();
-    }
+  if (on) {
+    outputs_->for_each([](output& o, void*) { (void)o.open(); }, nullptr);
+  } else {
+    outputs_->for_each([](output& o, void*) { o.close(); }, nullptr);
   }
   return true;
 }
@@ -48,8 +45,12 @@ void output_string::parent_notify(server& /*source*/, int code, long arg) {
   if (code != output_code::new_line) return;
   const std::string line = get_line(arg);
   if (line.empty()) return;
-  for (int i = 0; i < outputs_->count(); ++i)
-    (void)outputs_->at(i)->write(line.data(), static_cast<int>(line.size()));
+  outputs_->for_each(
+      [](output& o, void* text) {
+        const auto& l = *static_cast<const std::string*>(text);
+        (void)o.write(l.data(), static_cast<int>(l.size()));
+      },
+      const_cast<std::string*>(&line));
 }
 
 void output_string::Streamer::Write(opstream& os, const output_string& s) {

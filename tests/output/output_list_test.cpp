@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "support/fake_clock.h"
 #include "support/recording_client.h"
@@ -159,6 +161,38 @@ TEST(output_string, streams_enabled_and_owned_outputs_and_comes_back_inactive) {
             "C:\\A\\*.txt C:\\B\\*.log");
   EXPECT_EQ(back->outputs().get_parent(), back);
   delete back;
+}
+
+/// Counts the bytes written to it; an output of the application's own kind.
+class counting_output : public output {
+ public:
+  counting_output() : server(nullptr, "counter"), output(static_cast<output_type>(1)) {}
+  int write(const char*, int length) override {
+    bytes += length;
+    return 0;
+  }
+  std::atomic<long> bytes{0};
+};
+
+// One thread writes lines through an output string while another adds and removes an output of
+// its list: every line reaches the output that stays, whole (run under the thread sanitizer).
+TEST(output_list_threads, lines_are_written_while_the_list_changes) {
+  constexpr int rounds = 20000;
+  line_string s("lines");
+  s.line = "x";
+  counting_output stays, comes_and_goes;
+  s.outputs().add_at(stays, 0);
+  std::thread writer([&] {
+    for (int i = 0; i < rounds; ++i)
+      s.parent_notify(s, output_code::new_line, 7);
+  });
+  for (int i = 0; i < rounds; ++i) {
+    s.outputs().add_at(comes_and_goes, s.outputs().count());
+    s.outputs().remove(s.outputs().index_of(comes_and_goes));
+  }
+  writer.join();
+  EXPECT_EQ(stays.bytes, 3L * rounds) << "\"7:x\" each time";
+  EXPECT_EQ(comes_and_goes.bytes % 3, 0) << "never a part of a line";
 }
 
 }  // namespace

@@ -13,7 +13,8 @@
 namespace kyo {
 
 /// An ordered list of outputs, named "output_list". Holds outputs by address; deletes only those
-/// whose list_owned() is true, and only at its own destruction.
+/// whose list_owned() is true, and only at its own destruction. Every member function holds the
+/// list's lock: one thread may write through the list (for_each) while another changes it.
 class KYO_EXPORT output_list : public client, public server {
  public:
   /// Stream support: the server part (behind its version word), a 32-bit count of the owned
@@ -43,13 +44,14 @@ class KYO_EXPORT output_list : public client, public server {
   bool remove(int index);
 
   /// Number of outputs.
-  [[nodiscard]] int count() const noexcept { return static_cast<int>(items_.size()); }
+  [[nodiscard]] int count() const;
   /// The output at `index`, null out of range.
-  [[nodiscard]] output* at(int index) const noexcept;
+  [[nodiscard]] output* at(int index) const;
   /// The index of `o`, -1 when it is not in the list.
-  [[nodiscard]] int index_of(const output& o) const noexcept;
+  [[nodiscard]] int index_of(const output& o) const;
 
-  /// Calls `f(output, arg)` for each output in list order.
+  /// Calls `f(output, arg)` for each output in list order, holding the list's lock, so that
+  /// another thread changing the list waits until the walk is done.
   void for_each(void (*f)(output&, void*), void* arg);
   /// The first output, in list order, for which `f(output, arg)` is true; null if none.
   [[nodiscard]] output* first_that(bool (*f)(const output&, void*), void* arg) const;
