@@ -1,5 +1,6 @@
 // NMEA sentences: framing, checksums and field formats, and the numeric server that turns them
 // into entries with statuses. Expected values are worked out by hand from the sentence texts.
+#include <kyo/nmea/line_source.h>
 #include <kyo/nmea/nmea_server.h>
 #include <kyo/nmea/sentence.h>
 #include <kyo/nmea/simulator.h>
@@ -13,7 +14,10 @@
 #include <string>
 #include <tuple>
 
+#include <fcntl.h>
+
 #include "support/scoped_env.h"
+#include "support/temp_dir.h"
 
 namespace kyo::test {
 namespace {
@@ -225,6 +229,37 @@ TEST(nmea_simulator, replays_to_its_own_states) {
   EXPECT_EQ(nmea::survey_simulator::latitude_text(-(9 + 59.9999996 / 60) * deg), "1000.000000,S")
       << "rounding carries into the degrees";
   EXPECT_EQ(nmea::survey_simulator::longitude_text(2.5 * deg), "00230.000000,E");
+}
+
+// Files give whole lines without their breaks, cut at max_line, the last one also without a
+// break; gpsd's JSON reports are skipped only on gpsd connections; specs that name nothing fail
+// with a reason.
+TEST(nmea_line_source, files_and_specs) {
+  temp_dir dir;
+  dir.write("log", "a\r\n{\"class\":\"TPV\"}\n" + std::string(5000, 'x') + "\n\nlast\r");
+  std::string error;
+  std::unique_ptr<nmea::line_source> log = nmea::open_source(dir.file("log"), error);
+  ASSERT_NE(log, nullptr) << error;
+  EXPECT_FALSE(log->live());
+  std::vector<std::string> lines;
+  while (std::optional<std::string> l = log->next_line())
+    lines.push_back(*l);
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{"a", "{\"class\":\"TPV\"}",
+                                      std::string(nmea::line_source::max_line, 'x'), "", "last"}));
+  EXPECT_TRUE(log->error().empty());
+  const std::pair<const char*, const char*> refused[] = {
+      {"tcp:localhost", "is not tcp:HOST:PORT"},
+      {"gpsd:[::1", "is not gpsd:HOST[:PORT]"},
+      {"tcp:127.0.0.1:1", "cannot connect to 127.0.0.1:1"},
+      {"no-such.log", "cannot open 'no-such.log'"},
+  };
+  for (const auto& [spec, why] : refused) {
+    EXPECT_EQ(nmea::open_source(spec, error, 2000), nullptr) << spec;
+    EXPECT_NE(error.find(why), std::string::npos) << error;
+  }
+  nmea::open_source("-", error).reset();
+  EXPECT_NE(::fcntl(0, F_GETFD), -1) << "standard input stays open";
 }
 
 }  // namespace
