@@ -27,7 +27,6 @@ TEST(kyo_shapes, adds_lists_shows_draws_and_removes) {
             "0|Survey vessel:\n   SOL:-\n   X:  -2.00 m  Y:  -5.00 m\n   X:   0.00 m  Y:   6.25 m\n"
             "  Ellipse:-\n   Centre X:   0.00 m  Y:   0.00 m\n"
             "   Hor Radius:   1.00 m  Ver Radius:   1.50 m\n|");
-
   EXPECT_EQ(shapes({"draw", "-o", dir.file("all.svg"), lib}), "0||");
   const std::string all = dir.read("all.svg");
   EXPECT_TRUE(all.starts_with("<?xml") && all.ends_with("</svg>\n"));
@@ -36,48 +35,32 @@ TEST(kyo_shapes, adds_lists_shows_draws_and_removes) {
   EXPECT_EQ(shapes({"draw", "--size", "100", "-o", dir.file("one.svg"), lib, "Buoy"}), "0||");
   EXPECT_NE(dir.read("one.svg").find("width=\"100\" height=\"120\""), std::string::npos);
 
-  EXPECT_EQ(shapes({"remove", lib, "Buoy"}), "0||");
-  EXPECT_EQ(shapes({"list", lib}), "0|0: Survey vessel (type 0, flag 0)\n|");
-}
-
-TEST(kyo_shapes, refuses_bad_descriptions_names_and_files) {
-  temp_dir dir;
-  const std::string lib = dir.file("ships.shp");
-  ASSERT_EQ(shapes({"add", lib, "A", "line 0,0 1,1"}), "0||");
+  // Bad descriptions, names and files change nothing.
   const std::string before = dir.read("ships.shp");
-  const std::string foreign = dir.file("notes.txt");
+  const std::string foreign = dir.file("notes.txt"), missing = dir.file("none.shp");
   dir.write("notes.txt", "not a library");
-  const std::string missing = dir.file("none.shp");
-  const struct {
-    const char* what;
-    std::vector<std::string> args;
-    std::string result;
-  } rows[] = {
-      {"a bad number",
-       {"add", lib, "B", "line 0,0 1,x"},
-       "2||kyo shapes: not a component: 'line 0,0 1,x'\n"},
-      {"a name taken",
-       {"add", lib, "A", "line 0,0"},
-       "1||kyo shapes: '" + lib + "' already holds a shape named 'A'\n"},
-      {"a position beyond the end",
-       {"add", "--at", "2", lib, "B", "line 0,0"},
-       "1||kyo shapes: no position 2 in '" + lib + "' (it holds 1 shapes)\n"},
-      {"no such shape",
-       {"remove", lib, "Z"},
-       "1||kyo shapes: no shape named 'Z' in '" + lib + "'\n"},
-      {"no such file", {"list", missing}, "1||kyo shapes: no such file '" + missing + "'\n"},
-      {"a folder", {"list", dir.file("")}, "1||kyo shapes: cannot read '" + dir.file("") + "'\n"},
-      {"another kind of file",
-       {"add", foreign, "B", "line 0,0"},
+  const std::pair<std::vector<std::string>, std::string> refused[] = {
+      {{"add", lib, "B", "line 0,0 1,x"}, "2||kyo shapes: not a component: 'line 0,0 1,x'\n"},
+      {{"add", lib, "Buoy", "line 0,0"},
+       "1||kyo shapes: '" + lib + "' already holds a shape named 'Buoy'\n"},
+      {{"add", "--at", "3", lib, "B", "line 0,0"},
+       "1||kyo shapes: no position 3 in '" + lib + "' (it holds 2 shapes)\n"},
+      {{"remove", lib, "Z"}, "1||kyo shapes: no shape named 'Z' in '" + lib + "'\n"},
+      {{"list", missing}, "1||kyo shapes: no such file '" + missing + "'\n"},
+      {{"list", dir.file("")}, "1||kyo shapes: cannot read '" + dir.file("") + "'\n"},
+      {{"add", foreign, "B", "line 0,0"},
        "1||kyo shapes: '" + foreign + "' is not a KYO II Mobile Shape Definition File\n"},
   };
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.what);
-    EXPECT_EQ(shapes(r.args), r.result);
+  for (const auto& [args, result] : refused) {
+    SCOPED_TRACE(result);
+    EXPECT_EQ(shapes(args), result);
   }
   EXPECT_EQ(dir.read("ships.shp"), before);
   EXPECT_EQ(dir.read("notes.txt"), "not a library");
   EXPECT_FALSE(std::filesystem::exists(missing));
+
+  EXPECT_EQ(shapes({"remove", lib, "Buoy"}), "0||");
+  EXPECT_EQ(shapes({"list", lib}), "0|0: Survey vessel (type 0, flag 0)\n|");
 }
 
 }  // namespace

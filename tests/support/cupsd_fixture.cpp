@@ -8,12 +8,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <map>
 #include <thread>
-#include <utility>
+
+#include "support/temp_dir.h"
 
 namespace kyo::test {
 
@@ -35,38 +37,17 @@ mv -f "$tmp" "$dir/job-$1.prn" || exit 1
 
 bool write_text(const fs::path& path, const std::string& text) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << text;
-  return static_cast<bool>(out);
+  return static_cast<bool>(out << text);
 }
 
-// Runs a program with its output captured; the exit status, or -1 when it could not run.
-int run(const std::vector<std::string>& args, std::string& output) {
-  int fds[2];
-  if (::pipe(fds) != 0) return -1;
-  const pid_t child = ::fork();
-  if (child < 0) return -1;
-  if (child == 0) {
-    ::dup2(fds[1], 1);
-    ::dup2(fds[1], 2);
-    ::close(fds[0]);
-    ::close(fds[1]);
-    const int devnull = ::open("/dev/null", O_RDONLY);
-    if (devnull >= 0) ::dup2(devnull, 0);
-    std::vector<char*> argv;
-    for (const std::string& a : args)
-      argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    ::execvp(argv[0], argv.data());
-    ::_exit(127);
-  }
-  ::close(fds[1]);
+// Runs a shell command (our own paths and names only) and gives its exit status and output.
+int run(const std::string& command, std::string& output) {
+  FILE* pipe = ::popen((command + " </dev/null 2>&1").c_str(), "r");
+  if (pipe == nullptr) return -1;
   char buffer[512];
-  ssize_t n = 0;
-  while ((n = ::read(fds[0], buffer, sizeof buffer)) > 0)
-    output.append(buffer, static_cast<std::size_t>(n));
-  ::close(fds[0]);
-  int status = 0;
-  ::waitpid(child, &status, 0);
+  for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+    output.append(buffer, n);
+  const int status = ::pclose(pipe);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
@@ -101,16 +82,12 @@ bool private_cupsd::start(const std::vector<std::string>& queues) {
   }
   std::error_code ec;
   fs::remove_all(dir_, ec);
-  const fs::path root(dir_);
+  const std::string& d = dir_;
   for (const char* sub : {"etc", "spool/tmp", "log", "cache", "state", "out", "serverbin/backend",
-                          "serverbin/daemon"}) {
-    fs::create_directories(root / sub, ec);
-  }
-  const std::string sock = dir_ + "/cupsd.sock";
-  fs::create_symlink(cups_exec, root / "serverbin/daemon/cups-exec", ec);
-  const fs::path backend = root / "serverbin/backend/capture";
-  // Neither group- nor world-writable, or cupsd refuses it; owner-only runs it as its owner.
-  const std::string d = dir_;
+                          "serverbin/daemon"})
+    fs::create_directories(d + "/" + sub, ec);
+  const std::string sock = d + "/cupsd.sock", backend = d + "/serverbin/backend/capture";
+  fs::create_symlink(cups_exec, d + "/serverbin/daemon/cups-exec", ec);
   const std::string files_conf =
       "ServerRoot " + d + "/etc\nServerBin " + d + "/serverbin\nRequestRoot " + d +
       "/spool\nTempDir " + d + "/spool/tmp\nCacheDir " + d + "/cache\nStateDir " + d +
@@ -122,111 +99,90 @@ bool private_cupsd::start(const std::vector<std::string>& queues) {
       "ErrorPolicy abort-job\nPreserveJobFiles No\n<Location />\n  Order allow,deny\n"
       "  Allow localhost\n</Location>\n<Policy default>\n  JobPrivateAccess all\n"
       "  JobPrivateValues none\n  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n";
+  // The backend must be neither group- nor world-writable, or cupsd refuses it; owner-only runs
+  // it as its owner.
   if (ec || !write_text(backend, capture_backend) || ::chmod(backend.c_str(), 0700) != 0 ||
-      !write_text(root / "etc/cups-files.conf", files_conf) ||
-      !write_text(root / "etc/cupsd.conf", cupsd_conf)) {
-    failure_ = "cannot write the server's files in " + dir_;
+      !write_text(d + "/etc/cups-files.conf", files_conf) ||
+      !write_text(d + "/etc/cupsd.conf", cupsd_conf)) {
+    failure_ = "cannot write the server's files in " + d;
     return false;
   }
-
-  const std::string conf = dir_ + "/etc/cupsd.conf";
-  const std::string files = dir_ + "/etc/cups-files.conf";
-  const std::string out = dir_ + "/log/cupsd.out";
-  const pid_t child = ::fork();
-  if (child < 0) {
-    failure_ = "cannot fork";
-    return false;
-  }
-  if (child == 0) {
+  const std::string conf = d + "/etc/cupsd.conf", files = d + "/etc/cups-files.conf";
+  const std::string out = d + "/log/cupsd.out";
+  pid_ = ::fork();
+  if (pid_ == 0) {
     const int in = ::open("/dev/null", O_RDONLY);
     const int log = ::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    if (in >= 0) ::dup2(in, 0);
-    if (log >= 0) {
-      ::dup2(log, 1);
-      ::dup2(log, 2);
-    }
+    ::dup2(in, 0);
+    ::dup2(log, 1);
+    ::dup2(log, 2);
     ::execl(cupsd_program, "cupsd", "-f", "-c", conf.c_str(), "-s", files.c_str(), nullptr);
     ::_exit(127);
   }
-  pid_ = child;
-
-  bool ready = false;
-  for (int i = 0; i < 100 && !ready; ++i) {
-    int status = 0;
-    if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+  std::string text;
+  for (int i = 0; i < 100 && text.find("scheduler is running") == std::string::npos; ++i) {
+    if (pid_ < 0 || ::waitpid(pid_, nullptr, WNOHANG) == pid_) {
       pid_ = -1;
-      failure_ = "cupsd ended at once; see " + out + " and " + dir_ + "/log/error_log";
+      failure_ = "cupsd did not start; see " + out + " and " + d + "/log/error_log";
       return false;
     }
-    std::string text;
-    run({"lpstat", "-h", sock, "-r"}, text);
-    ready = text.find("scheduler is running") != std::string::npos;
-    if (!ready) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    if (i > 0) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    text.clear();
+    run("lpstat -h " + sock + " -r", text);
   }
-  if (!ready) {
+  if (text.find("scheduler is running") == std::string::npos) {
     failure_ = "cupsd did not answer within 10 s";
     return false;
   }
   for (const std::string& q : queues) {
-    fs::create_directories(root / "out" / q, ec);
-    std::string text;
-    // -E after -p enables the queue and lets it accept jobs.
-    if (run({"lpadmin", "-h", sock, "-p", q, "-v", device_uri(q), "-E"}, text) != 0) {
+    fs::create_directories(d + "/out/" + q, ec);
+    text.clear();
+    // -E after -p enables the queue and lets it accept jobs; the first queue is the default.
+    if (run("lpadmin -h " + sock + " -p " + q + " -v " + device_uri(q) + " -E", text) != 0 ||
+        (q == queues.front() && run("lpadmin -h " + sock + " -d " + q, text) != 0)) {
       failure_ = "lpadmin cannot add queue " + q + ": " + text;
       return false;
     }
   }
-  std::string text;
-  if (!queues.empty() && run({"lpadmin", "-h", sock, "-d", queues.front()}, text) != 0) {
-    failure_ = "lpadmin cannot set the default: " + text;
-    return false;
-  }
-  env_.push_back(std::make_unique<scoped_env>("CUPS_SERVER", sock));
-  env_.push_back(std::make_unique<scoped_env>("CUPS_SERVERROOT", dir_ + "/etc"));
-  env_.push_back(std::make_unique<scoped_env>("HOME", dir_));
-  env_.push_back(std::make_unique<scoped_env>("LPDEST", std::nullopt));
-  env_.push_back(std::make_unique<scoped_env>("PRINTER", std::nullopt));
+  for (const auto& [name, value] :
+       std::map<std::string, std::optional<std::string>>{{"CUPS_SERVER", sock},
+                                                         {"CUPS_SERVERROOT", d + "/etc"},
+                                                         {"HOME", d},
+                                                         {"LPDEST", std::nullopt},
+                                                         {"PRINTER", std::nullopt}})
+    env_.push_back(std::make_unique<scoped_env>(name, value));
   return true;
 }
 
 std::vector<std::string> private_cupsd::jobs(const std::string& queue, std::size_t count) const {
-  const fs::path folder = fs::path(dir_) / "out" / queue;
-  std::vector<std::pair<long, fs::path>> files;
-  for (int i = 0; i < 1000; ++i) {
+  std::map<long, std::string> files;  // by job id
+  for (int i = 0; i < 1000 && files.size() < count; ++i) {
+    if (i > 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     files.clear();
     std::error_code ec;
-    for (const auto& entry : fs::directory_iterator(folder, ec)) {
+    for (const auto& entry : fs::directory_iterator(dir_ + "/out/" + queue, ec)) {
       const std::string name = entry.path().filename().string();
-      if (name.rfind("job-", 0) == 0 && name.size() > 8 && name.ends_with(".prn")) {
-        files.emplace_back(std::atol(name.c_str() + 4), entry.path());
-      }
+      if (name.starts_with("job-") && name.ends_with(".prn"))
+        files[std::atol(name.c_str() + 4)] = entry.path();
     }
-    if (files.size() >= count) break;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
-  std::sort(files.begin(), files.end());
   std::vector<std::string> contents;
-  for (const auto& [id, path] : files) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream bytes;
-    bytes << in.rdbuf();
-    contents.push_back(bytes.str());
-  }
+  for (const auto& [id, path] : files)
+    contents.push_back(read_file(path));
   return contents;
 }
 
 void private_cupsd::stop() {
   if (pid_ <= 0) return;
   ::kill(pid_, SIGTERM);
-  int status = 0;
   bool ended = false;
   for (int i = 0; i < 200 && !ended; ++i) {
-    ended = ::waitpid(pid_, &status, WNOHANG) == pid_;
+    ended = ::waitpid(pid_, nullptr, WNOHANG) == pid_;
     if (!ended) std::this_thread::sleep_for(std::chrono::milliseconds(25));
   }
   if (!ended) {
     ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, &status, 0);
+    ::waitpid(pid_, nullptr, 0);
   }
   pid_ = -1;
 }
