@@ -1,5 +1,6 @@
 #include <kyo/platform/printf_format.h>
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -27,30 +28,52 @@ int read_number(std::string_view text, std::size_t& i, int cap) {
   return n;
 }
 
-void pad(std::string& out, std::size_t count, char c) {
+template <class Out>
+void pad(Out& out, std::size_t count, char c) {
   out.append(count, c);
 }
 
 // Lays out sign/prefix, zero padding, body and blank padding as printf does: blanks go left or
-// right of everything, zeros between the prefix and the digits.
-void emit(std::string& out, const printf_spec& spec, std::string_view prefix, std::string_view body,
-          bool zero_pad) {
-  const std::size_t len = prefix.size() + body.size();
+// right of everything, zeros between the prefix and the digits. `inner_zeros` are zeros that
+// belong to the number itself (an integer's precision), written between the padding and the body.
+// A short field is laid out on the stack and appended in one piece.
+template <class Out>
+void emit(Out& out, const printf_spec& spec, std::string_view prefix, std::size_t inner_zeros,
+          std::string_view body, bool zero_pad) {
+  const std::size_t len = prefix.size() + inner_zeros + body.size();
   const std::size_t width = spec.width > 0 ? static_cast<std::size_t>(spec.width) : 0;
   const std::size_t fill = width > len ? width - len : 0;
-  if (spec.left) {
+  const std::size_t total = len + fill;
+  const std::size_t zeros = inner_zeros + (!spec.left && zero_pad ? fill : 0);
+  const std::size_t lead_blanks = !spec.left && !zero_pad ? fill : 0;
+  const std::size_t trail_blanks = spec.left ? fill : 0;
+  char field[64];
+  if (total > sizeof field) {
+    pad(out, lead_blanks, ' ');
     out.append(prefix);
+    pad(out, zeros, '0');
     out.append(body);
-    pad(out, fill, ' ');
-  } else if (zero_pad) {
-    out.append(prefix);
-    pad(out, fill, '0');
-    out.append(body);
-  } else {
-    pad(out, fill, ' ');
-    out.append(prefix);
-    out.append(body);
+    pad(out, trail_blanks, ' ');
+    return;
   }
+  char* p = field;
+  for (std::size_t i = 0; i < lead_blanks; ++i)
+    *p++ = ' ';
+  for (const char c : prefix)
+    *p++ = c;
+  for (std::size_t i = 0; i < zeros; ++i)
+    *p++ = '0';
+  for (const char c : body)
+    *p++ = c;
+  for (std::size_t i = 0; i < trail_blanks; ++i)
+    *p++ = ' ';
+  out.append(std::string_view(field, total));
+}
+
+template <class Out>
+void emit(Out& out, const printf_spec& spec, std::string_view prefix, std::string_view body,
+          bool zero_pad) {
+  emit(out, spec, prefix, 0, body, zero_pad);
 }
 
 int length_bits(printf_length l) {
@@ -277,15 +300,51 @@ std::optional<printf_spec> parse_printf_spec(std::string_view text, std::size_t*
   return spec;
 }
 
-bool append_integer(std::string& out, const printf_spec& spec, long long v) {
-  if (printf_kind_of(spec.conversion) != printf_kind::integer) return false;
+namespace {
+
+template <class Out>
+bool put_integer(Out& out, const printf_spec& spec, long long v) {
   const char conv = spec.conversion;
+  if ((conv == 'd' || conv == 'i') && spec.precision < 0 && spec.width < 24) {
+    // The common case, a plain or padded decimal of a short field: digits from the right, then
+    // the padding in front of them, appended in one piece.
+    char field[48];
+    char* const end = field + sizeof field;
+    char* p = end;
+    unsigned long long mag =
+        v < 0 ? 0ULL - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
+    do {
+      *--p = static_cast<char>('0' + mag % 10);
+      mag /= 10;
+    } while (mag != 0);
+    const char sign = v < 0 ? '-' : (spec.plus ? '+' : (spec.space ? ' ' : '\0'));
+    const long len = (end - p) + (sign != '\0' ? 1 : 0);
+    const long fill = spec.width > len ? spec.width - len : 0;
+    if (spec.left) {
+      if (sign != '\0') *--p = sign;
+      out.append(std::string_view(p, static_cast<std::size_t>(end - p)));
+      out.append(static_cast<std::size_t>(fill), ' ');
+      return true;
+    }
+    if (spec.zero) {
+      for (long i = 0; i < fill; ++i)
+        *--p = '0';
+      if (sign != '\0') *--p = sign;
+    } else {
+      if (sign != '\0') *--p = sign;
+      for (long i = 0; i < fill; ++i)
+        *--p = ' ';
+    }
+    out.append(std::string_view(p, static_cast<std::size_t>(end - p)));
+    return true;
+  }
+  if (printf_kind_of(conv) != printf_kind::integer) return false;
   if (conv == 'c') {
     const char byte = static_cast<char>(static_cast<unsigned char>(v & 0xFF));
     emit(out, spec, {}, std::string_view(&byte, 1), false);
     return true;
   }
-  std::string prefix;
+  std::string_view prefix;
   unsigned long long mag = 0;
   int base = 10;
   if (conv == 'd' || conv == 'i') {
@@ -305,71 +364,97 @@ bool append_integer(std::string& out, const printf_spec& spec, long long v) {
     base = conv == 'o' ? 8 : (conv == 'u' ? 10 : 16);
   }
 
+  // 22 octal digits hold 64 bits.
   char buf[32];
-  std::string digits;
+  std::size_t n = 0;
   if (!(mag == 0 && spec.precision == 0)) {
-    const auto r = std::to_chars(buf, buf + sizeof buf, mag, base);
-    digits.assign(buf, r.ptr);
+    n = static_cast<std::size_t>(std::to_chars(buf, buf + sizeof buf, mag, base).ptr - buf);
   }
-  if (spec.precision > 0 && digits.size() < static_cast<std::size_t>(spec.precision)) {
-    digits.insert(0, static_cast<std::size_t>(spec.precision) - digits.size(), '0');
-  }
-  if (spec.alt && conv == 'o' && (digits.empty() || digits[0] != '0')) digits.insert(0, 1, '0');
-  if (spec.alt && (conv == 'x' || conv == 'X') && mag != 0) prefix = "0x";
+  const std::size_t precision = spec.precision > 0 ? static_cast<std::size_t>(spec.precision) : 0;
+  std::size_t zeros = precision > n ? precision - n : 0;
+  if (spec.alt && conv == 'o' && zeros == 0 && (n == 0 || buf[0] != '0')) zeros = 1;
+  if (spec.alt && (conv == 'x' || conv == 'X') && mag != 0) prefix = conv == 'X' ? "0X" : "0x";
   if (conv == 'X') {
-    to_upper(digits);
-    to_upper(prefix);
+    for (std::size_t i = 0; i < n; ++i)
+      buf[i] = upper(buf[i]);
   }
-  emit(out, spec, prefix, digits, spec.zero && spec.precision < 0);
+  emit(out, spec, prefix, zeros, std::string_view(buf, n), spec.zero && spec.precision < 0);
   return true;
 }
 
-bool append_floating(std::string& out, const printf_spec& spec, double v) {
+template <class Out>
+bool put_floating(Out& out, const printf_spec& spec, double v) {
   if (printf_kind_of(spec.conversion) != printf_kind::floating) return false;
   const char conv = spec.conversion;
-  std::string prefix;
+  std::string_view sign;
   if (std::signbit(v)) {
-    prefix = "-";
+    sign = "-";
   } else if (spec.plus) {
-    prefix = "+";
+    sign = "+";
   } else if (spec.space) {
-    prefix = " ";
+    sign = " ";
   }
   const bool upper_case = is_upper_conversion(conv);
   if (!std::isfinite(v)) {
-    std::string body = std::isnan(v) ? "nan" : "inf";
-    if (upper_case) to_upper(body);
-    emit(out, spec, prefix, body, false);
+    const bool nan = std::isnan(v);
+    emit(out, spec, sign, upper_case ? (nan ? "NAN" : "INF") : (nan ? "nan" : "inf"), false);
     return true;
   }
   const double mag = std::fabs(v);
   const int precision = spec.precision < 0 ? 6 : spec.precision;
-  std::string body;
-  switch (conv) {
-    case 'f':
-    case 'F':
-      body = fixed_digits(mag, precision);
-      if (spec.alt && precision == 0) body += '.';
-      break;
-    case 'e':
-    case 'E':
-      body = scientific_digits(mag, precision);
-      if (spec.alt && precision == 0) ensure_point(body);
-      break;
-    case 'g':
-    case 'G':
-      body = general_digits(mag, spec);
-      break;
-    default:
-      body = hex_digits(mag, spec, prefix);
-      break;
+  if (conv == 'f' || conv == 'F' || conv == 'e' || conv == 'E') {
+    // The common conversions print into the stack: no allocation per number.
+    char buf[float_buffer + 2];
+    const bool fixed = conv == 'f' || conv == 'F';
+    const auto r =
+        std::to_chars(buf, buf + float_buffer, mag,
+                      fixed ? std::chars_format::fixed : std::chars_format::scientific, precision);
+    std::size_t n = r.ec == std::errc{} ? static_cast<std::size_t>(r.ptr - buf) : 0;
+    if (spec.alt && precision == 0) {
+      if (fixed) {
+        buf[n++] = '.';
+      } else if (std::string_view(buf, n).find('.') == std::string_view::npos) {
+        // "1e+05" becomes "1.e+05": the point goes in front of the exponent.
+        char* e = std::find(buf, buf + n, 'e');
+        std::memmove(e + 1, e, static_cast<std::size_t>(buf + n - e));
+        *e = '.';
+        ++n;
+      }
+    }
+    if (upper_case) {
+      for (std::size_t i = 0; i < n; ++i)
+        buf[i] = upper(buf[i]);
+    }
+    emit(out, spec, sign, std::string_view(buf, n), spec.zero);
+    return true;
   }
+  std::string prefix(sign);
+  std::string body =
+      conv == 'g' || conv == 'G' ? general_digits(mag, spec) : hex_digits(mag, spec, prefix);
   if (upper_case) {
     to_upper(body);
     to_upper(prefix);
   }
   emit(out, spec, prefix, body, spec.zero);
   return true;
+}
+
+}  // namespace
+
+bool append_integer(std::string& out, const printf_spec& spec, long long v) {
+  return put_integer(out, spec, v);
+}
+
+bool append_integer(fixed_text& out, const printf_spec& spec, long long v) {
+  return put_integer(out, spec, v);
+}
+
+bool append_floating(std::string& out, const printf_spec& spec, double v) {
+  return put_floating(out, spec, v);
+}
+
+bool append_floating(fixed_text& out, const printf_spec& spec, double v) {
+  return put_floating(out, spec, v);
 }
 
 bool append_string(std::string& out, const printf_spec& spec, std::string_view s) {

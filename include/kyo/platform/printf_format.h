@@ -5,8 +5,10 @@
 // every entry point accepts any text and keeps its output bounded.
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,6 +41,45 @@ struct printf_spec {
   char conversion = 0;  ///< d i u o x X c f F e E g G a A s
 };
 
+/// A text of at most `capacity` bytes built in place, for formatters that print many small fields
+/// into a short text without allocating: what goes beyond the capacity is dropped, so a caller
+/// that cuts its text at `capacity` bytes or fewer gets the same text as from a std::string.
+class fixed_text {
+ public:
+  static constexpr std::size_t capacity = 96;
+
+  [[nodiscard]] std::size_t size() const noexcept { return size_; }
+  [[nodiscard]] std::string_view view() const noexcept { return {text_, size_}; }
+  void clear() noexcept { size_ = 0; }
+  /// Cuts the text to `n` bytes; a longer `n` does nothing.
+  void resize(std::size_t n) noexcept { size_ = std::min(size_, n); }
+  void append(std::string_view s) noexcept {
+    const std::size_t n = std::min(s.size(), capacity - size_);
+    std::memcpy(text_ + size_, s.data(), n);
+    size_ += n;
+  }
+  void append(std::size_t count, char c) noexcept {
+    const std::size_t n = std::min(count, capacity - size_);
+    std::memset(text_ + size_, c, n);
+    size_ += n;
+  }
+  void push_back(char c) noexcept {
+    if (size_ < capacity) text_[size_++] = c;
+  }
+  fixed_text& operator+=(char c) noexcept {
+    push_back(c);
+    return *this;
+  }
+  fixed_text& operator+=(std::string_view s) noexcept {
+    append(s);
+    return *this;
+  }
+
+ private:
+  char text_[capacity];
+  std::size_t size_ = 0;
+};
+
 /// The kind of value that conversion letter `c` prints; `none` for anything else.
 KYO_EXPORT printf_kind printf_kind_of(char c) noexcept;
 
@@ -61,12 +102,14 @@ KYO_EXPORT std::optional<printf_spec> parse_printf_spec(std::string_view text,
 /// complement of the named width when it fits that width's signed range, else of 64 bits; c writes
 /// the low byte.
 KYO_EXPORT bool append_integer(std::string& out, const printf_spec& spec, long long v);
+KYO_EXPORT bool append_integer(fixed_text& out, const printf_spec& spec, long long v);
 
 /// Appends `v` printed with a floating conversion (f F e E g G a A) and returns true; returns false
 /// and appends nothing when the conversion is of another kind. Digits and rounding are those of the
 /// exact binary value, ties to even, as printf; infinities print "inf", NaN "nan" or "-nan" (upper
 /// case for F E G A), padded with blanks even under '0'.
 KYO_EXPORT bool append_floating(std::string& out, const printf_spec& spec, double v);
+KYO_EXPORT bool append_floating(fixed_text& out, const printf_spec& spec, double v);
 
 /// Appends `s` printed with the 's' conversion (the precision cuts it, the width pads it) and
 /// returns true; returns false and appends nothing for any other conversion.
