@@ -106,7 +106,7 @@ magnitude round_magnitude(double abs_degrees, const directive* finest) {
   if (finest == nullptr) return m;
   static constexpr int multiplier[] = {1, 60, 3600};
   const int precision = finest->spec.precision < 0 ? 0 : finest->spec.precision;
-  const double factor = std::pow(10.0, precision) * multiplier[finest->rank];
+  const double factor = detail::power_of_ten(precision) * multiplier[finest->rank];
   const double scaled = abs_degrees * factor;
   if (!std::isfinite(scaled)) return m;
   m.a = kyo::round(abs_degrees, factor);
@@ -150,7 +150,7 @@ part_value value_of(const magnitude& m, char letter) {
   return p;
 }
 
-void append_part(std::string& out, const directive& d, const magnitude& m, bool negative) {
+void append_part(fixed_text& out, const directive& d, const magnitude& m, bool negative) {
   const part_value p = value_of(m, d.letter);
   const bool show_minus = d.letter == 'd' && d.is_signed && negative;
   if (d.spec.conversion == 'f' || !p.whole) {
@@ -173,7 +173,7 @@ void append_part(std::string& out, const directive& d, const magnitude& m, bool 
     append_integer(text, d.spec, -8);
     const std::size_t eight = text.find('8');
     if (eight != std::string::npos) text[eight] = '0';
-    out += text;
+    out.append(text);
   }
 }
 
@@ -198,18 +198,19 @@ std::string rad::as_string(const char* format) const {
 
 std::string rad::as_string(std::string_view format) const {
   // The finest d, m or s directive decides the rounding, once, before anything is printed.
-  const std::optional<directive> finest =
-      detail::finest_directive<directive>(format, read_directive);
+  const detail::compiled_format<directive>& c = detail::compiled<directive>(format, read_directive);
   const bool negative = value_ < 0;
-  const magnitude m = round_magnitude(std::fabs(value_ * 180 / pi), finest ? &*finest : nullptr);
-  return detail::expand_directives<directive>(
-      format, max_text, read_directive, [&](std::string& out, const directive& d) {
-        if (d.letter == 'h') {
-          out += hemisphere_letters[2 * d.hemisphere + (negative ? 1 : 0)];
-        } else {
-          append_part(out, d, m, negative);
-        }
-      });
+  const magnitude m = round_magnitude(std::fabs(value_ * 180 / pi), c.finest_directive());
+  static_assert(fixed_text::capacity >= max_text);
+  fixed_text text;
+  c.expand(text, max_text, [&](fixed_text& out, const directive& d) {
+    if (d.letter == 'h') {
+      out += hemisphere_letters[2 * d.hemisphere + (negative ? 1 : 0)];
+    } else {
+      append_part(out, d, m, negative);
+    }
+  });
+  return std::string(text.view());
 }
 
 elevation& elevation::normalize() {

@@ -197,7 +197,7 @@ split_value round_for(double v, const directive* finest) {
   static constexpr std::int64_t unit_seconds[] = {3600, 3600, 60, 1};
   const std::int64_t unit = unit_seconds[finest->rank];
   const int precision = std::max(finest->spec.precision, 0);
-  const double scale = std::pow(10.0, precision);
+  const double scale = detail::power_of_ten(precision);
   if (precision <= max_exact_precision && std::fabs(v * scale) < exact_limit) {
     const double scaled = v * scale / static_cast<double>(unit);
     const auto units = static_cast<std::int64_t>(std::trunc(scaled + (scaled >= 0 ? 0.5 : -0.5)));
@@ -213,7 +213,7 @@ split_value round_for(double v, const directive* finest) {
   return split(std::isfinite(rounded) ? sanitized(rounded) : v);
 }
 
-void append_name(std::string& out, std::string_view name, unsigned char flags) {
+void append_name(fixed_text& out, std::string_view name, unsigned char flags) {
   if ((flags & 1) != 0) name = name.substr(0, 3);
   for (char c : name) {
     if ((flags & 2) != 0 && c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
@@ -221,15 +221,15 @@ void append_name(std::string& out, std::string_view name, unsigned char flags) {
   }
 }
 
-void append_suffix(std::string& out, int day) {
+void append_suffix(fixed_text& out, int day) {
   static constexpr std::string_view suffixes = "thstndrd";
   const int tens = day / 10 % 10;
   const int units = day % 10;
   const int index = (tens != 1 && units < 4) ? units : 0;
-  out += suffixes.substr(static_cast<std::size_t>(2 * index), 2);
+  out.append(suffixes.substr(static_cast<std::size_t>(2 * index), 2));
 }
 
-void append_week_day(std::string& out, int monday_first, unsigned char flags) {
+void append_week_day(fixed_text& out, int monday_first, unsigned char flags) {
   int w = monday_first;
   if (flags != 0) {
     if ((flags & 2) != 0) w = w % 7 + 1;
@@ -238,7 +238,7 @@ void append_week_day(std::string& out, int monday_first, unsigned char flags) {
   out += static_cast<char>('0' + w);
 }
 
-void append_field(std::string& out, const directive& d, const clock_fields& f, double fraction) {
+void append_field(fixed_text& out, const directive& d, const clock_fields& f, double fraction) {
   const date& day = f.day;
   long long v = 0;
   switch (d.letter) {
@@ -396,46 +396,46 @@ std::string timedate::as_string(const char* format) const {
 
 std::string timedate::as_string(std::string_view format) const {
   // The finest H, h, M or S directive decides the rounding, once, before anything is printed.
-  const std::optional<directive> finest =
-      detail::finest_directive<directive>(format, read_directive);
-  const split_value s = round_for(value_, finest ? &*finest : nullptr);
+  const detail::compiled_format<directive>& c = detail::compiled<directive>(format, read_directive);
+  const split_value s = round_for(value_, c.finest_directive());
   const clock_fields local = fields_of(local_of(s.whole));
   std::optional<clock_fields> gmt;
   bool use_gmt = false;
-
-  return detail::expand_directives<directive>(
-      format, max_text, read_directive, [&](std::string& out, const directive& d) {
-        if (d.letter == 'G') {
-          if (!gmt) gmt = fields_of(s.whole);
-          use_gmt = true;
-          return;
-        }
-        if (d.letter == 'L') {
-          use_gmt = false;
-          return;
-        }
-        const clock_fields& f = use_gmt ? *gmt : local;
-        switch (d.letter) {
-          case 'a':
-            out += f.hour < 12 ? "am" : "pm";
-            break;
-          case 'N':
-            append_name(out, f.day.month_name(), d.first);
-            break;
-          case 'n':
-            append_name(out, f.day.day_name(), d.first);
-            break;
-          case 's':
-            append_suffix(out, f.day.day());
-            break;
-          case 'w':
-            append_week_day(out, f.day.day_of_week(), d.first);
-            break;
-          default:
-            append_field(out, d, f, s.fraction);
-            break;
-        }
-      });
+  static_assert(fixed_text::capacity >= max_text);
+  fixed_text text;
+  c.expand(text, max_text, [&](fixed_text& out, const directive& d) {
+    if (d.letter == 'G') {
+      if (!gmt) gmt = fields_of(s.whole);
+      use_gmt = true;
+      return;
+    }
+    if (d.letter == 'L') {
+      use_gmt = false;
+      return;
+    }
+    const clock_fields& f = use_gmt ? *gmt : local;
+    switch (d.letter) {
+      case 'a':
+        out.append(f.hour < 12 ? "am" : "pm");
+        break;
+      case 'N':
+        append_name(out, f.day.month_name(), d.first);
+        break;
+      case 'n':
+        append_name(out, f.day.day_name(), d.first);
+        break;
+      case 's':
+        append_suffix(out, f.day.day());
+        break;
+      case 'w':
+        append_week_day(out, f.day.day_of_week(), d.first);
+        break;
+      default:
+        append_field(out, d, f, s.fraction);
+        break;
+    }
+  });
+  return std::string(text.view());
 }
 
 }  // namespace kyo

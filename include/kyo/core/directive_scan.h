@@ -1,18 +1,31 @@
 // The '%' directive languages of the angle and date/time formatters share one
 // grammar and one shape of expansion: a directive is '%', any run of non-letters
 // (flags, width, '.', precision) and a letter; "%%" is a '%'. A first pass finds
-// the directive that decides the rounding, a second writes the text. Used by the
-// angle and time formatters; not meant for applications.
+// the directive that decides the rounding, a second writes the text. A format is
+// read once into a `compiled_format` (literal runs, directives and the finest
+// one), which a small per-thread cache keeps for the formats used again and
+// again. Used by the angle and time formatters; not meant for applications.
 #pragma once
 
+#include <array>
+#include <cmath>
 #include <cstddef>
-#include <optional>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <kyo/platform/ascii.h>
 
 namespace kyo::detail {
+
+/// 10 to the power `p`, as std::pow gives it; the powers a double holds exactly come from a table.
+inline double power_of_ten(int p) {
+  static constexpr double exact[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  return p >= 0 && p < static_cast<int>(std::size(exact)) ? exact[p] : std::pow(10.0, p);
+}
 
 /// The text of one directive.
 struct directive_text {
@@ -37,51 +50,125 @@ inline directive_text scan_directive(std::string_view format, std::size_t pos) {
   return d;
 }
 
-/// The first pass: among the valid directives that have a rank (0 or more), the
-/// one of the highest rank, the first of equal ranks. `read(format, pos)` gives a
-/// directive with `valid`, `rank` and `end`.
-template <class Directive, class Read>
-std::optional<Directive> finest_directive(std::string_view format, Read read) {
-  std::optional<Directive> finest;
-  for (std::size_t i = format.find('%'); i != std::string_view::npos; i = format.find('%', i)) {
-    if (i + 1 < format.size() && format[i + 1] == '%') {
-      i += 2;
-      continue;
-    }
-    const Directive d = read(format, i);
-    if (d.valid && d.rank >= 0 && (!finest || d.rank > finest->rank)) finest = d;
-    i = d.end;
-  }
-  return finest;
-}
+/// A format read once. Literal bytes ("%%" as '%', an invalid directive as it stands) are gathered
+/// in runs, each run followed by a valid directive or by the end. The first pass is `finest`: among
+/// the valid directives that have a rank (0 or more), the one of the highest rank, the first of
+/// equal ranks; the second is `expand`.
+template <class Directive>
+struct compiled_format {
+  struct step {
+    std::uint32_t literal_begin = 0;
+    std::uint32_t literal_size = 0;
+    bool has_directive = false;
+    Directive directive{};
+  };
+  std::string literals;
+  std::vector<step> steps;
+  /// The step whose directive finest_directive would pick, or -1.
+  int finest = -1;
 
-/// The second pass: copies the format into a text of at most `max_text`
-/// characters, "%%" as '%', an invalid directive literally, and every valid one
-/// through `emit(out, directive)`.
-template <class Directive, class Read, class Emit>
-std::string expand_directives(std::string_view format, std::size_t max_text, Read read, Emit emit) {
-  std::string out;
+  [[nodiscard]] const Directive* finest_directive() const {
+    return finest < 0 ? nullptr : &steps[static_cast<std::size_t>(finest)].directive;
+  }
+
+  /// The second pass: writes the format into `out` (a std::string or a kyo::fixed_text of at
+  /// least `max_text` bytes), literal runs as they are and every directive through
+  /// `emit(out, directive)`, and cuts the text at `max_text` characters.
+  template <class Out, class Emit>
+  void expand(Out& out, std::size_t max_text, Emit emit) const {
+    for (const step& s : steps) {
+      if (out.size() >= max_text) break;
+      out.append(std::string_view(literals).substr(s.literal_begin, s.literal_size));
+      if (!s.has_directive || out.size() >= max_text) continue;
+      emit(out, s.directive);
+    }
+    if (out.size() > max_text) out.resize(max_text);
+  }
+};
+
+/// Reads `format` into `c`; `read(format, pos)` gives the directive whose '%' stands at `pos` (not
+/// a "%%"), with `valid`, `rank` and `end` (one past its letter).
+template <class Directive, class Read>
+void compile_format(std::string_view format, Read read, compiled_format<Directive>& c) {
+  c.literals.clear();
+  c.steps.clear();
+  c.finest = -1;
+  using step = typename compiled_format<Directive>::step;
+  step current;
+  int finest_rank = -1;
   std::size_t i = 0;
-  while (i < format.size() && out.size() < max_text) {
+  while (i < format.size()) {
     if (format[i] != '%') {
-      out += format[i++];
+      const std::size_t next = format.find('%', i);
+      const std::size_t end = next == std::string_view::npos ? format.size() : next;
+      c.literals.append(format.substr(i, end - i));
+      i = end;
       continue;
     }
     if (i + 1 < format.size() && format[i + 1] == '%') {
-      out += '%';
+      c.literals += '%';
       i += 2;
       continue;
     }
     const Directive d = read(format, i);
     if (d.valid) {
-      emit(out, d);
+      current.literal_size = static_cast<std::uint32_t>(c.literals.size()) - current.literal_begin;
+      current.has_directive = true;
+      current.directive = d;
+      c.steps.push_back(current);
+      if (d.rank > finest_rank) {
+        finest_rank = d.rank;
+        c.finest = static_cast<int>(c.steps.size()) - 1;
+      }
+      current = step{};
+      current.literal_begin = static_cast<std::uint32_t>(c.literals.size());
     } else {
-      out.append(format.substr(i, d.end - i));
+      c.literals.append(format.substr(i, d.end - i));
     }
     i = d.end;
   }
-  if (out.size() > max_text) out.resize(max_text);
-  return out;
+  current.literal_size = static_cast<std::uint32_t>(c.literals.size()) - current.literal_begin;
+  if (current.literal_size > 0) c.steps.push_back(current);
+}
+
+/// The compiled form of `format`, from a per-thread cache of the last few formats (each caller
+/// type has its own). Formats longer than `cacheable` are compiled anew into a per-thread
+/// scratch entry, so that a hostile format costs time but never memory beyond its own size.
+/// The reference stays valid until the next call from the same thread with the same Directive.
+template <class Directive, class Read>
+const compiled_format<Directive>& compiled(std::string_view format, Read read) {
+  static constexpr std::size_t slots = 8;
+  static constexpr std::size_t cacheable = 256;
+  struct entry {
+    std::string format;
+    compiled_format<Directive> compiled;
+    bool used = false;
+  };
+  struct cache {
+    std::array<entry, slots> entries;
+    std::size_t last = 0;
+    std::size_t next = 0;
+    compiled_format<Directive> scratch;
+  };
+  thread_local cache c;
+  if (format.size() > cacheable) {
+    compile_format(format, read, c.scratch);
+    return c.scratch;
+  }
+  for (std::size_t k = 0; k < slots; ++k) {
+    entry& e = c.entries[(c.last + k) % slots];
+    if (e.used && e.format == format) {
+      c.last = (c.last + k) % slots;
+      return e.compiled;
+    }
+  }
+  entry& e = c.entries[c.next];
+  c.last = c.next;
+  c.next = (c.next + 1) % slots;
+  e.format.assign(format);
+  compile_format(format, read, e.compiled);
+  e.used = true;
+  return e.compiled;
 }
 
 }  // namespace kyo::detail
