@@ -3,8 +3,11 @@
 #include <langinfo.h>
 #include <locale.h>
 
+#include <array>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <string_view>
 
 namespace kyo {
@@ -150,9 +153,68 @@ system_time get_local_time() {
   return result;
 }
 
+namespace {
+
+// The offsets found last, by instant, one cache per thread. An offset belongs to the zone and the
+// instant alone, so an entry stays right for as long as the zone is the same: the zone is TZ's
+// text, and, while TZ is unset, the system's zone file, which the C library looks at again (a
+// file system call) on every tzset. That file is looked at once per second of the wall clock
+// instead; a TZ changed at run time counts at once, and the offset of every instant is the C
+// library's own, daylight saving included.
+struct offset_cache {
+  static constexpr std::size_t slots = 64;
+  struct entry {
+    std::time_t t = 0;
+    long offset = 0;
+    bool used = false;
+  };
+  bool tz_set = false;
+  std::string tz;
+  std::time_t zone_file_checked = -1;
+  bool must_tzset = true;
+  std::array<entry, slots> entries;
+
+  void clear() {
+    for (entry& e : entries)
+      e.used = false;
+    must_tzset = true;
+  }
+
+  // Forgets everything when the zone may have changed since the last call.
+  void follow_zone(const char* tz_now, std::time_t second_now) {
+    if ((tz_now != nullptr) != tz_set || (tz_now != nullptr && tz != tz_now)) {
+      tz_set = tz_now != nullptr;
+      tz = tz_set ? tz_now : "";
+      clear();
+    }
+    if (!tz_set && second_now != zone_file_checked) {
+      zone_file_checked = second_now;
+      clear();
+    }
+  }
+};
+
+offset_cache& offsets() {
+  thread_local offset_cache cache;
+  return cache;
+}
+
+}  // namespace
+
 long utc_offset_seconds(std::time_t t) {
+  offset_cache& cache = offsets();
+  const char* tz = std::getenv("TZ");
+  const std::time_t second = std::time(nullptr);
+  cache.follow_zone(tz, second);
+  offset_cache::entry& e = cache.entries[static_cast<std::size_t>(t) % offset_cache::slots];
+  if (e.used && e.t == t) return e.offset;
+  // With TZ set, tzset only compares its text; the zone file is read again only when the cache
+  // was cleared.
+  if (cache.tz_set || cache.must_tzset) tzset();
+  cache.must_tzset = false;
   std::tm tm{};
-  if (!to_local(t, tm)) return 0;
+  if (localtime_r(&t, &tm) == nullptr) return 0;
+  e = {t, tm.tm_gmtoff, true};
   return tm.tm_gmtoff;
 }
 

@@ -36,6 +36,9 @@ KYO_EXPORT void set_wall_clock_source(
 KYO_EXPORT std::chrono::system_clock::time_point wall_clock_now();
 
 /// Seconds to add to UTC to get local time at `t`, daylight saving included (east positive).
+/// Follows a change of TZ at once; while TZ is unset, a change of the system's zone takes effect
+/// within a second. Answers for recent instants come from a cache, so formatting many texts of
+/// one time costs one conversion.
 KYO_EXPORT long utc_offset_seconds(std::time_t t);
 
 /// Date field order of the user's locale (LC_ALL, LC_TIME or LANG): 0 month-day-year,
