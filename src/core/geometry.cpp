@@ -62,21 +62,6 @@ dpoint parametric_line::intersect(const parametric_line& o, double* params) cons
   return point(t);
 }
 
-unsigned drect::code(const dpoint& p) const {
-  unsigned c = 0;
-  if (p.x < x1) {
-    c |= code_left;
-  } else if (p.x > x2) {
-    c |= code_right;
-  }
-  if (p.y > y2) {
-    c |= code_above;
-  } else if (p.y < y1) {
-    c |= code_below;
-  }
-  return c;
-}
-
 bool drect::contains(const drect& r) const {
   return r.x1 >= x1 && r.x2 <= x2 && r.y1 >= y1 && r.y2 <= y2;
 }

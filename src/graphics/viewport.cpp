@@ -237,8 +237,12 @@ void viewport::inflate_bounds(isize mm, bool clip) {
   setup_parameters();
 }
 
-ipoint viewport::world_to_screen(const dpoint& p) const {
+inline ipoint viewport::screen_point(const dpoint& p) const noexcept {
   return {to_device(sx_ * p.x + ox_), to_device(sy_ * p.y + oy_)};
+}
+
+ipoint viewport::world_to_screen(const dpoint& p) const {
+  return screen_point(p);
 }
 
 dpoint viewport::screen_to_world(const ipoint& q) const {
@@ -260,7 +264,7 @@ void viewport::point(const dpoint& p, colour c) {
 void viewport::move_abs(const dpoint& p) {
   if (empty_) return;
   current_ = p;
-  last_ = transform(p);
+  last_ = active ? transform(p) : p;
 }
 
 void viewport::move_rel(const dsize& s) {
@@ -270,7 +274,7 @@ void viewport::move_rel(const dsize& s) {
 void viewport::line_to_world(const dpoint& to) {
   const dpoint from = last_;
   current_ = to;
-  last_ = transform(to);
+  last_ = active ? transform(to) : to;
   dline l(from, last_);
   clip(l);
 }
@@ -291,9 +295,15 @@ void viewport::chord(const dpoint& from, const dpoint& to) {
 
 void viewport::clip(dline& l) {
   if (!can_draw()) return;
-  if (!finite(l.p1()) || !finite(l.p2()) || !clip_rect_.clip(l)) return;
-  dc_->move_to(world_to_screen(l.p1()));
-  dc_->line_to(world_to_screen(l.p2()));
+  if (!finite(l.p1()) || !finite(l.p2())) return;
+  // A segment wholly inside, or wholly beyond one edge, is decided here as the clipper's first
+  // step would decide it: most segments of a track are one or the other.
+  const unsigned c1 = clip_rect_.code(l.p1());
+  const unsigned c2 = clip_rect_.code(l.p2());
+  if ((c1 & c2) != 0) return;
+  if ((c1 | c2) != 0 && !clip_rect_.clip(l)) return;
+  dc_->move_to(screen_point(l.p1()));
+  dc_->line_to(screen_point(l.p2()));
 }
 
 void viewport::rectangle(const dsize& s) {

@@ -146,7 +146,20 @@ struct KYO_EXPORT drect {
 
   /// The outcode of `p` for a normalized rectangle: code_left or code_right, plus code_above or
   /// code_below; 0 inside and on the border. A NaN coordinate counts as inside.
-  [[nodiscard]] unsigned code(const dpoint& p) const;
+  [[nodiscard]] constexpr unsigned code(const dpoint& p) const noexcept {
+    unsigned c = 0;
+    if (p.x < x1) {
+      c |= code_left;
+    } else if (p.x > x2) {
+      c |= code_right;
+    }
+    if (p.y > y2) {
+      c |= code_above;
+    } else if (p.y < y1) {
+      c |= code_below;
+    }
+    return c;
+  }
 
   /// Whether `r` lies within this rectangle, edges included.
   [[nodiscard]] bool contains(const drect& r) const;

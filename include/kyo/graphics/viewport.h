@@ -232,6 +232,8 @@ class KYO_EXPORT viewport : public viewport_transformation {
  private:
   void setup_parameters();
   bool can_draw() const noexcept { return !empty_ && dc_ != nullptr; }
+  /// world_to_screen, inlined into the drawing calls.
+  ipoint screen_point(const dpoint& p) const noexcept;
   void line_to_world(const dpoint& to);
   void chord(const dpoint& from, const dpoint& to);
   void arc(const dpoint& centre, dsize start, double sweep, bool by_size);
