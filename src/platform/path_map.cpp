@@ -10,6 +10,8 @@
 
 #include <kyo/platform/ascii.h>
 
+#include "platform/native_file.h"
+
 namespace kyo {
 
 namespace {
@@ -41,8 +43,32 @@ std::string find_ignoring_case(const std::string& folder, std::string_view name)
   return *std::min_element(matches.begin(), matches.end());
 }
 
-// Resolves each component after `fixed` (which is taken as it is) against the disk.
-std::string resolve_case(std::string fixed, std::string_view rest) {
+// `fixed` and the components of `rest` joined as resolve_case joins them when every component
+// exists as given.
+std::string joined(std::string fixed, std::string_view rest) {
+  std::string result = std::move(fixed);
+  std::size_t start = 0;
+  while (start <= rest.size()) {
+    std::size_t end = rest.find('/', start);
+    if (end == std::string_view::npos) end = rest.size();
+    if (!result.empty() && result.back() != '/') result.push_back('/');
+    result.append(rest.substr(start, end - start));
+    if (end == rest.size()) break;
+    start = end + 1;
+  }
+  return result;
+}
+
+// Resolves each component after `fixed` (which is taken as it is) against the disk. When the
+// path as given names something, every component on the way exists as given too: one stat
+// (kept in `*st` for the caller, `*found` set) answers for all of them.
+std::string resolve_case(std::string fixed, std::string_view rest, struct stat* st, bool* found) {
+  std::string as_given = joined(fixed, rest);
+  struct stat ignored;
+  if (::stat(as_given.c_str(), st != nullptr ? st : &ignored) == 0) {
+    if (found != nullptr) *found = true;
+    return as_given;
+  }
   std::string result = std::move(fixed);
   bool resolving = true;
   std::size_t start = 0;
@@ -77,7 +103,8 @@ std::string resolve_case(std::string fixed, std::string_view rest) {
 
 }  // namespace
 
-std::string native_path(std::string_view dos_path) {
+std::string native_path_and_stat(std::string_view dos_path, struct stat* st, bool* found) {
+  if (found != nullptr) *found = false;
   std::string path(dos_path);
   std::replace(path.begin(), path.end(), '\\', '/');
   std::string_view rest = path;
@@ -92,14 +119,18 @@ std::string native_path(std::string_view dos_path) {
       while (!rest.empty() && rest.front() == '/')
         rest.remove_prefix(1);
       if (rest.empty()) return root;
-      return resolve_case(std::move(root), rest);
+      return resolve_case(std::move(root), rest, st, found);
     }
   }
   if (!rest.empty() && rest.front() == '/') {
-    return resolve_case("/", rest.substr(1));
+    return resolve_case("/", rest.substr(1), st, found);
   }
   if (rest.empty()) return {};
-  return resolve_case("", rest);
+  return resolve_case("", rest, st, found);
+}
+
+std::string native_path(std::string_view dos_path) {
+  return native_path_and_stat(dos_path, nullptr, nullptr);
 }
 
 void set_drive_mapping(char drive, std::string native_root) {

@@ -19,6 +19,7 @@
 #include <kyo/platform/local_time.h>
 #include <kyo/platform/path_map.h>
 
+#include "platform/native_file.h"
 #include "platform/profile_store.h"
 
 namespace kyo {
@@ -207,15 +208,24 @@ std::error_code errno_code(int e) {
   return std::error_code(e, std::generic_category());
 }
 
+// The wall clock's time, taken before a file is looked at, so that it is never later than the
+// reading.
+std::int64_t now_ns() {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(wall_clock_now().time_since_epoch())
+      .count();
+}
+
 // Reads and parses `path`, or takes it from the cache when the file on disk is
-// still the one that was parsed. Called with profile_mutex held.
-load_result load(const std::string& path) {
-  // Taken before the file is looked at, so that it is never later than the reading.
-  const std::int64_t read_at_ns =
-      std::chrono::duration_cast<std::chrono::nanoseconds>(wall_clock_now().time_since_epoch())
-          .count();
+// still the one that was parsed; `known` is the file's stat when the caller has just
+// taken it (after `read_at_ns`). Called with profile_mutex held.
+load_result load(const std::string& path, std::int64_t read_at_ns,
+                 const struct stat* known = nullptr) {
   struct stat st;
-  if (::stat(path.c_str(), &st) != 0) return {nullptr, errno_code(errno)};
+  if (known != nullptr) {
+    st = *known;
+  } else if (::stat(path.c_str(), &st) != 0) {
+    return {nullptr, errno_code(errno)};
+  }
   const file_identity identity = identity_of(st);
   for (auto it = cache.begin(); it != cache.end(); ++it) {
     if (it->path != path) continue;
@@ -423,8 +433,9 @@ std::error_code modify(std::string_view dos_file, const edit& e) {
   if (const std::error_code invalid = check_names(e.section, key, value)) return invalid;
   if (dos_file.empty()) return errno_code(ENOENT);
   std::lock_guard lock(profile_mutex);
+  const std::int64_t read_at_ns = now_ns();
   const std::string path = write_target(native_path(dos_file));
-  const load_result current = load(path);
+  const load_result current = load(path, read_at_ns);
   // Never rewrite what could not be read: its contents would be lost.
   if (!current.parsed && current.error != std::errc::no_such_file_or_directory) {
     return current.error;
@@ -445,7 +456,11 @@ std::error_code modify(std::string_view dos_file, const edit& e) {
 
 std::shared_ptr<const parsed_file> parsed_or_null(std::string_view dos_file) {
   if (dos_file.empty()) return nullptr;
-  return load(native_path(dos_file)).parsed;
+  const std::int64_t read_at_ns = now_ns();
+  struct stat st;
+  bool found = false;
+  const std::string path = native_path_and_stat(dos_file, &st, &found);
+  return load(path, read_at_ns, found ? &st : nullptr).parsed;
 }
 
 // Each section name once, at its first occurrence, which is the one reads use.
@@ -633,7 +648,8 @@ std::vector<std::pair<std::string, std::string>> profile_entries(std::string_vie
 std::error_code profile_status(std::string_view file) {
   if (file.empty()) return errno_code(ENOENT);
   std::lock_guard lock(profile_mutex);
-  return load(native_path(file)).error;
+  const std::int64_t read_at_ns = now_ns();
+  return load(native_path(file), read_at_ns).error;
 }
 
 std::error_code profile_write(std::string_view file, std::string_view section, std::string_view key,
