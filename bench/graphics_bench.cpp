@@ -136,8 +136,8 @@ class capturing_surface : public bench::null_surface {
     bool line;
     ipoint p;
   };
-  void move_to(ipoint p) override { calls.push_back({false, p}); }
-  void line_to(ipoint p) override { calls.push_back({true, p}); }
+  [[gnu::noinline]] void move_to(ipoint p) override { calls.push_back({false, p}); }
+  [[gnu::noinline]] void line_to(ipoint p) override { calls.push_back({true, p}); }
   std::vector<call> calls;
 };
 
