@@ -2,9 +2,11 @@
 
 #include <langinfo.h>
 #include <locale.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -161,6 +163,41 @@ namespace {
 // file system call) on every tzset. That file is looked at once per second of the wall clock
 // instead; a TZ changed at run time counts at once, and the offset of every instant is the C
 // library's own, daylight saving included.
+// Where TZ stands in the environment. The C library never changes an entry's text in place: a
+// setenv or putenv puts a new pointer in the array, a new variable goes at its end, and unsetenv
+// moves later entries down. So while the array, its last entry, its terminator and the TZ entry
+// are where they were, TZ is what it was, and the array need not be searched again.
+struct tz_lookup {
+  char** env = nullptr;
+  std::size_t count = 0;
+  char* last = nullptr;
+  std::ptrdiff_t index = -1;
+  char* entry = nullptr;
+
+  // TZ's value, as getenv("TZ") gives it.
+  const char* find() {
+    char** const e = environ;
+    if (e == nullptr) {
+      env = nullptr;
+      return nullptr;
+    }
+    if (e != env || e[count] != nullptr || (count > 0 && e[count - 1] != last) ||
+        (index >= 0 && e[index] != entry)) {
+      env = e;
+      index = -1;
+      for (count = 0; e[count] != nullptr; ++count) {
+        const char* v = e[count];
+        if (index < 0 && v[0] == 'T' && v[1] == 'Z' && v[2] == '=') {
+          index = static_cast<std::ptrdiff_t>(count);
+          entry = e[count];
+        }
+      }
+      last = count > 0 ? e[count - 1] : nullptr;
+    }
+    return index >= 0 ? entry + 3 : nullptr;
+  }
+};
+
 struct offset_cache {
   static constexpr std::size_t slots = 64;
   struct entry {
@@ -168,8 +205,12 @@ struct offset_cache {
     long offset = 0;
     bool used = false;
   };
+  // The TZ the entries belong to; a longer TZ is never cached.
+  static constexpr std::size_t max_tz = 255;
+  tz_lookup lookup;
   bool tz_set = false;
-  std::string tz;
+  bool tz_cacheable = true;
+  char tz[max_tz + 1] = {};
   std::time_t zone_file_checked = -1;
   bool must_tzset = true;
   std::array<entry, slots> entries;
@@ -182,9 +223,12 @@ struct offset_cache {
 
   // Forgets everything when the zone may have changed since the last call.
   void follow_zone(const char* tz_now, std::time_t second_now) {
-    if ((tz_now != nullptr) != tz_set || (tz_now != nullptr && tz != tz_now)) {
+    if ((tz_now != nullptr) != tz_set || (tz_now != nullptr && std::strcmp(tz, tz_now) != 0)) {
       tz_set = tz_now != nullptr;
-      tz = tz_set ? tz_now : "";
+      const std::size_t n = tz_set ? std::strlen(tz_now) : 0;
+      tz_cacheable = n <= max_tz;
+      std::memcpy(tz, tz_now != nullptr ? tz_now : "", tz_cacheable ? n : 0);
+      tz[tz_cacheable ? n : 0] = '\0';
       clear();
     }
     if (!tz_set && second_now != zone_file_checked) {
@@ -194,20 +238,23 @@ struct offset_cache {
   }
 };
 
-offset_cache& offsets() {
-  thread_local offset_cache cache;
-  return cache;
+// Plain data, so that reaching it needs no guard; reached through one call, since the compiler
+// would otherwise look the thread's copy up again at every use.
+thread_local constinit offset_cache cache_of_thread;
+
+[[gnu::noinline]] offset_cache& thread_offsets() {
+  return cache_of_thread;
 }
 
 }  // namespace
 
 long utc_offset_seconds(std::time_t t) {
-  offset_cache& cache = offsets();
-  const char* tz = std::getenv("TZ");
+  offset_cache& cache = thread_offsets();
+  const char* tz = cache.lookup.find();
   const std::time_t second = std::time(nullptr);
   cache.follow_zone(tz, second);
   offset_cache::entry& e = cache.entries[static_cast<std::size_t>(t) % offset_cache::slots];
-  if (e.used && e.t == t) return e.offset;
+  if (e.used && e.t == t && cache.tz_cacheable) return e.offset;
   // With TZ set, tzset only compares its text; the zone file is read again only when the cache
   // was cleared.
   if (cache.tz_set || cache.must_tzset) tzset();

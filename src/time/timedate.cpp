@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstring>
 #include <ctime>
 #include <optional>
 
@@ -150,7 +151,12 @@ struct directive {
   unsigned char first = 0;  // the first character before the letter, 0 when there is none
   int rank = -1;
   printf_spec spec;
+  // A plain "%d", "%2d" or "%02d" conversion, the usual date field, printed without the general
+  // formatter when its value is small and not negative.
+  bool plain = false;
 };
+
+constexpr int plain_widest = 9;
 
 // Reads the directive whose '%' stands at `pos` (not a "%%").
 directive read_directive(std::string_view format, std::size_t pos) {
@@ -173,7 +179,26 @@ directive read_directive(std::string_view format, std::size_t pos) {
   d.spec = *spec;
   d.rank = rank_of(d.letter);
   d.valid = true;
+  d.plain = spec->conversion == 'd' && !spec->left && !spec->plus && !spec->space && !spec->alt &&
+            spec->precision < 0 && spec->width <= plain_widest;
   return d;
+}
+
+// What "%0<width>d" or "%<width>d" prints for 0 <= v < 10^9: the field filled with the padding
+// at once, then the digits from the right.
+void append_plain(fixed_text& out, long long v, int width, bool zero) {
+  char field[2 * plain_widest + 2];
+  std::memset(field, zero ? '0' : ' ', sizeof field);
+  char* const end = field + sizeof field;
+  char* p = end;
+  auto u = static_cast<unsigned>(v);
+  do {
+    *--p = static_cast<char>('0' + u % 10);
+    u /= 10;
+  } while (u != 0);
+  const long digits = end - p;
+  if (width > digits) p -= width - digits;
+  out.append(std::string_view(p, static_cast<std::size_t>(end - p)));
 }
 
 // A value taken apart for printing: its whole seconds and the fraction left over.
@@ -279,6 +304,8 @@ void append_field(fixed_text& out, const directive& d, const clock_fields& f, do
     const double fv =
         d.letter == 'S' ? static_cast<double>(f.second) + fraction : static_cast<double>(v);
     append_floating(out, d.spec, fv);
+  } else if (d.plain && v >= 0 && v < 1'000'000'000) {
+    append_plain(out, v, d.spec.width, d.spec.zero);
   } else {
     append_integer(out, d.spec, v);
   }

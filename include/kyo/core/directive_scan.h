@@ -131,12 +131,9 @@ void compile_format(std::string_view format, Read read, compiled_format<Directiv
   if (current.literal_size > 0) c.steps.push_back(current);
 }
 
-/// The compiled form of `format`, from a per-thread cache of the last few formats (each caller
-/// type has its own). Formats longer than `cacheable` are compiled anew into a per-thread
-/// scratch entry, so that a hostile format costs time but never memory beyond its own size.
-/// The reference stays valid until the next call from the same thread with the same Directive.
-template <class Directive, class Read>
-const compiled_format<Directive>& compiled(std::string_view format, Read read) {
+/// The per-thread cache of compiled formats behind `compiled`.
+template <class Directive>
+struct format_cache {
   static constexpr std::size_t slots = 8;
   static constexpr std::size_t cacheable = 256;
   struct entry {
@@ -144,27 +141,41 @@ const compiled_format<Directive>& compiled(std::string_view format, Read read) {
     compiled_format<Directive> compiled;
     bool used = false;
   };
-  struct cache {
-    std::array<entry, slots> entries;
-    std::size_t last = 0;
-    std::size_t next = 0;
-    compiled_format<Directive> scratch;
-  };
-  thread_local cache c;
-  if (format.size() > cacheable) {
+  std::array<entry, slots> entries;
+  std::size_t last = 0;
+  std::size_t next = 0;
+  compiled_format<Directive> scratch;
+
+  /// This thread's cache. Reached through one call: the compiler would otherwise look the
+  /// thread's copy up again at every use.
+  [[gnu::noinline]] static format_cache& of_thread() {
+    thread_local format_cache c;
+    return c;
+  }
+};
+
+/// The compiled form of `format`, from a per-thread cache of the last few formats (each caller
+/// type has its own). Formats longer than `cacheable` are compiled anew into a per-thread
+/// scratch entry, so that a hostile format costs time but never memory beyond its own size.
+/// The reference stays valid until the next call from the same thread with the same Directive.
+template <class Directive, class Read>
+const compiled_format<Directive>& compiled(std::string_view format, Read read) {
+  using cache = format_cache<Directive>;
+  cache& c = cache::of_thread();
+  if (format.size() > cache::cacheable) {
     compile_format(format, read, c.scratch);
     return c.scratch;
   }
-  for (std::size_t k = 0; k < slots; ++k) {
-    entry& e = c.entries[(c.last + k) % slots];
+  for (std::size_t k = 0; k < cache::slots; ++k) {
+    typename cache::entry& e = c.entries[(c.last + k) % cache::slots];
     if (e.used && e.format == format) {
-      c.last = (c.last + k) % slots;
+      c.last = (c.last + k) % cache::slots;
       return e.compiled;
     }
   }
-  entry& e = c.entries[c.next];
+  typename cache::entry& e = c.entries[c.next];
   c.last = c.next;
-  c.next = (c.next + 1) % slots;
+  c.next = (c.next + 1) % cache::slots;
   e.format.assign(format);
   compile_format(format, read, e.compiled);
   e.used = true;

@@ -55,12 +55,12 @@ class fixed_text {
   void resize(std::size_t n) noexcept { size_ = std::min(size_, n); }
   void append(std::string_view s) noexcept {
     const std::size_t n = std::min(s.size(), capacity - size_);
-    std::memcpy(text_ + size_, s.data(), n);
+    copy(text_ + size_, s.data(), n);
     size_ += n;
   }
   void append(std::size_t count, char c) noexcept {
     const std::size_t n = std::min(count, capacity - size_);
-    std::memset(text_ + size_, c, n);
+    fill(text_ + size_, c, n);
     size_ += n;
   }
   void push_back(char c) noexcept {
@@ -76,6 +76,41 @@ class fixed_text {
   }
 
  private:
+  // Fields are a few bytes long: copied in overlapping words of fixed size, which compile to a
+  // few moves, where a call of memcpy or memset would cost more than the bytes.
+  static void copy(char* to, const char* from, std::size_t n) noexcept {
+    if (n < 4) {
+      if (n == 0) return;
+      to[0] = from[0];
+      to[n / 2] = from[n / 2];
+      to[n - 1] = from[n - 1];
+    } else if (n < 8) {
+      std::memcpy(to, from, 4);
+      std::memcpy(to + n - 4, from + n - 4, 4);
+    } else if (n <= 16) {
+      std::memcpy(to, from, 8);
+      std::memcpy(to + n - 8, from + n - 8, 8);
+    } else {
+      std::memcpy(to, from, n);
+    }
+  }
+  static void fill(char* to, char c, std::size_t n) noexcept {
+    if (n < 4) {
+      if (n == 0) return;
+      to[0] = c;
+      to[n / 2] = c;
+      to[n - 1] = c;
+    } else if (n < 8) {
+      std::memset(to, c, 4);
+      std::memset(to + n - 4, c, 4);
+    } else if (n <= 16) {
+      std::memset(to, c, 8);
+      std::memset(to + n - 8, c, 8);
+    } else {
+      std::memset(to, c, n);
+    }
+  }
+
   char text_[capacity];
   std::size_t size_ = 0;
 };
