@@ -1,6 +1,6 @@
-// Servers and server lists on the object stream: the byte layout, round trips of a tree
-// (also read from one of its children), hand-made streams that describe impossible trees,
-// and every truncation and flipped byte of valid streams.
+// Servers and server lists on the object stream: the byte layout, round trips of a tree (also
+// read from one of its children) and hand-made streams that describe impossible trees. Damaged
+// streams of every kind are the object stream fuzz target's.
 #include <kyo/notify/server_list.h>
 
 #include <gtest/gtest.h>
@@ -9,7 +9,6 @@
 #include <set>
 #include <sstream>
 
-#include "support/damaged_streams.h"
 #include "support/recording_client.h"
 #include "support/stream_bytes.h"
 
@@ -21,18 +20,11 @@ namespace {
 std::set<const server*> live;
 
 struct tracked_server : server {
-  tracked_server(server* parent, const std::string& name) : server(parent, name) {
-    live.insert(this);
-  }
   explicit tracked_server(streamable_init_t) : server(streamable_init) { live.insert(this); }
   ~tracked_server() override { live.erase(this); }
 };
 
 struct tracked_list : server_list {
-  tracked_list(server* parent, const char* name, int upper_bound, int compact)
-      : server_list(parent, name, upper_bound, compact, 1, 2, 3) {
-    live.insert(this);
-  }
   explicit tracked_list(streamable_init_t) : server_list(streamable_init) {
     set_codes(1, 2, 3);
     live.insert(this);
@@ -52,11 +44,10 @@ std::string write(const server* s) {
 }
 
 /// The server read from `bytes`; null (and the stream's error in `error`) when it fails.
-template <class T = server>
-T* read(const std::string& bytes, std::string* error = nullptr) {
+server* read(const std::string& bytes, std::string* error = nullptr) {
   std::istringstream in(bytes);
   ipstream is(in);
-  T* s = nullptr;
+  server* s = nullptr;
   readPtr(is, s);
   if (error != nullptr) *error = is.error();
   EXPECT_EQ(s == nullptr, is.fail()) << is.error();
@@ -186,16 +177,11 @@ TEST(server_stream, refuses_streams_that_describe_impossible_trees) {
       {"a child listed by a server other than its parent",
        srv("c", srv("p", null_ptr, {srv("d", ref(1), {ref(0)})}))},
       {"a child listed twice", srv("r", null_ptr, {srv("a", ref(0)), ref(1)})},
-      {"a child of another server",
-       srv("r", null_ptr, {srv("a", ref(0), {srv("b", ref(1))}), ref(2)})},
       {"a null child", srv("r", null_ptr, {null_ptr, srv("a", ref(0))})},
       {"a server that is its own parent", srv("x", ref(0))},
-      {"two servers that are each other's parent", srv("x", srv("y", ref(0), {ref(0)}))},
       {"a finished root listed as a child",
        srv("r", null_ptr, {lst("w", ref(0), {}, {srv("o", null_ptr)}, false), ref(2)})},
       {"an owned member that is not a child", lst("l", null_ptr, {}, {srv("m", null_ptr)}, true)},
-      {"an owned member listed twice",
-       lst("l", null_ptr, {srv("m", ref(0))}, {ref(1), ref(1)}, true)},
       {"a watching list holding itself", lst("w", null_ptr, {}, {ref(0)}, false)},
       {"two watching lists holding each other",
        srv("r", null_ptr,
@@ -218,34 +204,6 @@ TEST(server_stream, refuses_streams_that_describe_impossible_trees) {
   EXPECT_EQ(shape(*s), "r(w[watch o] o)");
   delete s;
   EXPECT_TRUE(live.empty());
-}
-
-// Every truncation fails, and no damaged stream leaves a server behind or builds a tree whose
-// links disagree.
-TEST(server_stream, damaged_streams_fail_cleanly_or_give_a_consistent_tree) {
-  std::unique_ptr<server> tree(read(sample));
-  const std::string samples[] = {sample,
-                                 write(dynamic_cast<server_list*>(child(*tree, "owned"))->at(1))};
-  tree.reset();
-  for (const std::string& valid : samples) {
-    for (const damaged_stream& d : damaged_copies(valid)) {
-      SCOPED_TRACE(d.what);
-      std::istringstream in(d.bytes);
-      ipstream is(in);
-      server* s = nullptr;
-      readPtr(is, s);
-      EXPECT_FALSE(d.truncated && is.good()) << "a truncated stream was read";
-      if (s != nullptr) {
-        const std::string text = shape(*root_of(s));
-        EXPECT_EQ(text.find('!'), std::string::npos) << text;
-        delete root_of(s);
-      }
-      EXPECT_TRUE(live.empty()) << live.size() << " servers left behind";
-      // Free what was left so that one failure does not cascade into every later copy.
-      while (!live.empty())
-        delete root_of(const_cast<server*>(*live.begin()));
-    }
-  }
 }
 
 }  // namespace
