@@ -35,25 +35,21 @@ TEST(timedate, time_str_truncates_without_decimals_and_rounds_with_them) {
 
 TEST(timedate, date_texts) {
   const int saved = timedate::short_format;
-  const timedate t = at(2004, 3, 5, 18, 30);
   std::string orders;
   for (int order : {0, 1, 2, 7}) {
     timedate::short_format = order;
-    orders += t.short_date_str() + " ";
+    orders += timedate(at(2004, 3, 5, 18, 30)).short_date_str() + " ";
   }
-  EXPECT_EQ(orders, "03/05/04 05/03/04 04/03/05 05/03/04 ");
   timedate::short_format = 1;
-  EXPECT_EQ(timedate(at(1899, 7, 4)).short_date_str(), "04/07/99");
-  {
-    scoped_env locale("LC_ALL", "C");
-    timedate::short_format = 2;
-    timedate::setting_change();
-    EXPECT_EQ(timedate::short_format, 0) << "the C locale writes month/day/year";
-  }
+  EXPECT_EQ(orders + timedate(at(1899, 7, 4)).short_date_str(),
+            "03/05/04 05/03/04 04/03/05 05/03/04 04/07/99");
+  scoped_env locale("LC_ALL", "C");
+  timedate::short_format = 2;
+  timedate::setting_change();
+  EXPECT_EQ(timedate::short_format, 0) << "the C locale writes month/day/year";
   timedate::short_format = saved;
   EXPECT_EQ(timedate(at(2026, 11, 21, 23, 59, 59.9)).long_date_str(), "21 Nov 2026");
   EXPECT_EQ(timedate(at(2024, 12, 31, 12)).day_of_year(), 366);
-  EXPECT_EQ(timedate(at(2023, 12, 31, 12)).day_of_year(), 365);
 }
 
 TEST(timedate, current_time_counts_gmt_seconds_in_every_zone) {
@@ -108,12 +104,9 @@ TEST(timedate, local_fields_follow_the_zone_in_force_at_the_instant) {
     EXPECT_EQ(t.as_string(stamp), text);
     EXPECT_EQ(t.short_date_str(), short_date);
     EXPECT_EQ(t.time_str(1), time);
-    EXPECT_EQ(t.time_str(0), std::string(time).substr(0, 8));
-    EXPECT_EQ(
-        t.as_string("%02H%02M%02S"),
-        std::to_string(t.hour() / 10) + std::to_string(t.hour() % 10) + t.as_string("%02M%02S"));
-    EXPECT_EQ(t.as_string("%D %m %d %Y"),
-              std::to_string(t.day_of_year()) + " " + t.as_string("%m %d %Y"));
+    EXPECT_EQ(t.as_string("%D %02H:%02M:%02S"),
+              std::to_string(t.day_of_year()) + (t.hour() < 10 ? " 0" : " ") +
+                  std::to_string(t.hour()) + t.as_string(":%02M:%02S"));
     // The local clock reading leads to the instant again, but in the second pass of a repeated
     // hour, which reads like the first.
     const bool repeated = std::string_view(what).find("second time") != std::string_view::npos;
