@@ -307,8 +307,9 @@ bool put_integer(Out& out, const printf_spec& spec, long long v) {
   const char conv = spec.conversion;
   if ((conv == 'd' || conv == 'i') && spec.precision < 0 && spec.width < 24) {
     // The common case, a plain or padded decimal of a short field: digits from the right, then
-    // the padding in front of them, appended in one piece.
-    char field[48];
+    // the padding in front of them (stored a whole width at a time), appended in one piece.
+    constexpr std::size_t widest = 24;
+    char field[2 * widest + 4];
     char* const end = field + sizeof field;
     char* p = end;
     unsigned long long mag =
@@ -327,13 +328,13 @@ bool put_integer(Out& out, const printf_spec& spec, long long v) {
       return true;
     }
     if (spec.zero) {
-      for (long i = 0; i < fill; ++i)
-        *--p = '0';
+      std::memset(p - widest, '0', widest);
+      p -= fill;
       if (sign != '\0') *--p = sign;
     } else {
       if (sign != '\0') *--p = sign;
-      for (long i = 0; i < fill; ++i)
-        *--p = ' ';
+      std::memset(p - widest, ' ', widest);
+      p -= fill;
     }
     out.append(std::string_view(p, static_cast<std::size_t>(end - p)));
     return true;
