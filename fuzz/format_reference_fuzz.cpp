@@ -106,7 +106,6 @@ namespace ref_angle {
 using namespace kyo;
 
 constexpr double pi = std::numbers::pi;
-constexpr double two_pi = 2 * std::numbers::pi;
 
 // The formatter's own limit on what may stand between '%' and the letter.
 constexpr std::size_t max_directive_chars = 5;
