@@ -17,9 +17,10 @@ class native_path_test : public testing::Test {
     dir_.write("Case/abc", "x");
     dir_.write("Case/ABC", "x");
     dir_.write("Case/aBc", "x");
-    dir_.write("DataSurvey01.txt", "x");  // what a path joined without separators would name
+    dir_.write("Caseabc", "x");  // what E:\abc would name, joined without a separator
     root_ = dir_.path().string();
     kyo::set_drive_mapping('D', root_);
+    kyo::set_drive_mapping('E', root_ + "/Case");
   }
   void TearDown() override { kyo::clear_drive_mappings(); }
 
@@ -35,7 +36,8 @@ TEST_F(native_path_test, maps_drives_and_resolves_case_against_the_disk) {
   };
   const row rows[] = {
       {"display case finds the file", "D:\\DATA\\SURVEY01.TXT", root_ + "/Data/Survey01.txt"},
-      {"a path that exists as given", "D:\\Data\\\\Survey01.txt", root_ + "/Data/Survey01.txt"},
+      {"a path that exists as given", "E:\\abc", root_ + "/Case/abc"},
+      {"doubled separators", "D:\\Data\\\\Survey01.txt", root_ + "/Data/Survey01.txt"},
       {"new file in an existing folder", "D:\\data\\New.TXT", root_ + "/Data/New.TXT"},
       {"missing folder keeps the rest as given", "D:\\DATA\\NewDir\\X.TXT",
        root_ + "/Data/NewDir/X.TXT"},
