@@ -159,38 +159,6 @@ TEST(object_stream, graph_with_shared_objects_cycle_and_nulls_round_trips) {
   EXPECT_EQ(shape(target), sample_shape);
 }
 
-TEST(object_stream, self_contained_records_can_be_read_alone) {
-  auto tree = make_sample_tree();
-  std::stringstream buf;
-  opstream os(buf);
-  os.set_self_contained(true);
-  os.writeWord32(0xDEADBEEF);  // raw data between records, as in a library file
-  const std::streampos first = os.tellp();
-  writePtr(os, tree.get());
-  const std::streampos second = os.tellp();
-  writePtr(os, tree.get());  // the same object: written again, not referred to
-  ASSERT_TRUE(os.good());
-  ipstream alone(buf);
-  alone.seekg(second);
-  node* root = nullptr;
-  readPtr(alone, root);
-  std::unique_ptr<node> owner(root);
-  ASSERT_TRUE(alone.good() && root != nullptr) << alone.error();
-  EXPECT_EQ(shape(*root), sample_shape);
-
-  buf.seekg(0);
-  ipstream is(buf);
-  EXPECT_EQ(is.readWord32(), 0xDEADBEEFu);
-  EXPECT_EQ(is.tellg(), first);
-  node *one = nullptr, *two = nullptr;
-  readPtr(is, one);
-  readPtr(is, two);
-  std::unique_ptr<node> owner1(one), owner2(two);
-  ASSERT_TRUE(is.good() && two != nullptr) << is.error();
-  EXPECT_NE(one, two) << "no reference reaches into an earlier record";
-  EXPECT_EQ(shape(*two), sample_shape);
-}
-
 TEST(object_stream, wrong_classes_fail_and_leave_nothing_behind) {
   const std::size_t before = live_nodes.size();
   node n;

@@ -9,7 +9,6 @@
 #include <numbers>
 #include <sstream>
 
-#include "support/damaged_streams.h"
 #include "support/stream_bytes.h"
 
 namespace kyo::test {
@@ -21,20 +20,8 @@ std::unique_ptr<shape_line> line(std::vector<dpoint> points) {
   return std::make_unique<shape_line>(std::move(points));
 }
 
-std::string write(const streamable* s) {
-  std::ostringstream out;
-  opstream os(out);
-  os.writeObject(s);
-  EXPECT_TRUE(os.good()) << os.error();
-  return out.str();
-}
-
 std::unique_ptr<mobile_shape> read(const std::string& bytes) {
-  std::istringstream in(bytes);
-  ipstream is(in);
-  mobile_shape* s = nullptr;
-  readPtr(is, s);
-  return std::unique_ptr<mobile_shape>(s);
+  return std::unique_ptr<mobile_shape>(read_back<mobile_shape>(bytes));
 }
 
 TEST(shape_line, is_valid_with_two_points_that_differ_from_their_predecessor) {
@@ -84,27 +71,31 @@ TEST(mobile_shape, keeps_bounds_emptiness_and_text) {
   EXPECT_EQ(s.get_bounds(), (drect{0, 0, 1, 1}));
 
   mobile_shape one(nullptr, "buoy");
-  one.add(std::make_unique<shape_ellipse>(dpoint{10, 20}, dellipse{0, 0, 0}));
+  one.add(std::make_unique<shape_ellipse>(dpoint{10, 20}, dellipse{1, 2, 0}));
   EXPECT_FALSE(one.is_empty()) << "an ellipse is never empty";
-  EXPECT_EQ(one.get_bounds(), (drect{10, 20, 10, 20})) << "the first component's bounds alone";
+  EXPECT_EQ(one.get_bounds(), (drect{9, 18, 11, 22})) << "the first component's bounds alone";
+  one.add(line({{0, 0}, {1, 1}}));
+  one.add(line({{50, 50}, {60, 60}}));
+  one.modify(line({{-99, 0}}), -1);
+  EXPECT_TRUE(one.destroy(2) && one.count() == 2);
+  EXPECT_EQ(one.get_bounds(), (drect{0, 0, 11, 22})) << "computed again from all that is left";
 }
 
 TEST(shape_component, compares_exactly_and_transfers_the_edit_record) {
   const shape_ellipse e({1, 2}, {3, 4, 0});
   EXPECT_EQ(e, shape_ellipse({1, 2}, {3, 4, 0}));
-  EXPECT_FALSE(e == shape_ellipse({1, 2}, {3, 4, -0.0})) << "compared as bytes";
-  EXPECT_FALSE(e == shape_line({{1, 2}}));
-  EXPECT_FALSE(shape_line({{1, 2}}) == shape_line({{1, 2}, {1, 2}}));
-
+  EXPECT_FALSE(e == shape_ellipse({1, 2}, {3, 4, -0.0}) || e == shape_line({{1, 2}}) ||
+               shape_line({{1, 2}}) == shape_line({{1, 2}, {1, 2}}))
+      << "compared as bytes, and by kind";
   shape_ellipse t({1, 2}, {3, 4, 0.7});
   shape_ellipse::transfer_s rec{5, 6, 7, 8};
   t.transfer(rec, 2);
   EXPECT_EQ(t, shape_ellipse({1, 2}, {3, 4, 0.7})) << "other directions do nothing";
   t.transfer(rec, shape_ellipse::transfer_set);
   EXPECT_EQ(t, shape_ellipse({5, 6}, {7, 8, 0.7})) << "the angle is not in the record";
-  shape_ellipse({9, 8}, {7, 6, 5}).transfer(rec, shape_ellipse::transfer_get);
+  shape_ellipse(e).transfer(rec, shape_ellipse::transfer_get);
   EXPECT_EQ((std::vector<double>{rec.centre_x, rec.centre_y, rec.hor_radius, rec.ver_radius}),
-            (std::vector<double>{9, 8, 7, 6}));
+            (std::vector<double>{1, 2, 3, 4}));
 }
 
 using namespace bytes;
@@ -116,11 +107,12 @@ std::string shape_record(std::uint32_t count, const std::string& components) {
                                  seg(std::string(32, '\0')));
 }
 
-TEST(mobile_shape, streams_its_layout_and_refuses_damaged_copies) {
+// Damaged copies of every kind are the object stream fuzz target's.
+TEST(mobile_shape, streams_its_layout_and_refuses_impossible_components) {
   mobile_shape one(nullptr, "x");
   one.add(line({{0, 0}}));
   const std::string line_record = rec("shape_line", seg(le32(1) + std::string(16, '\0')));
-  EXPECT_EQ(write(&one), shape_record(1, line_record));
+  EXPECT_EQ(written(&one), shape_record(1, line_record));
   EXPECT_EQ(read(shape_record(2, line_record + "\x01" + le32(1))), nullptr)
       << "a component held twice";
   EXPECT_EQ(read(shape_record(1, std::string(1, '\0'))), nullptr) << "a null component";
@@ -128,21 +120,13 @@ TEST(mobile_shape, streams_its_layout_and_refuses_damaged_copies) {
   mobile_shape s(nullptr, "Survey vessel");
   s.add(line({{0, 0}, {0, 10}, {2, 8}}));
   s.add(std::make_unique<shape_ellipse>(dpoint{1, 1}, dellipse{1, 2, 3}));
-  const std::string bytes = write(&s);
+  const std::string bytes = written(&s);
   const auto back = read(bytes);
   ASSERT_NE(back, nullptr);
   EXPECT_TRUE(*back == s);
-  EXPECT_EQ(write(back.get()), bytes);
+  EXPECT_EQ(written(back.get()), bytes);
   const mobile_shape copy(s);
   EXPECT_TRUE(copy == s && copy.get(0) != s.get(0)) << "components are cloned";
-
-  for (const damaged_stream& d : damaged_copies(bytes)) {
-    SCOPED_TRACE(d.what);
-    const auto r = read(d.bytes);
-    if (d.truncated) {
-      EXPECT_EQ(r, nullptr);
-    }
-  }
 }
 
 TEST(mobile_shape, draws_at_position_heading_and_offset) {

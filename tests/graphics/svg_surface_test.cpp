@@ -17,6 +17,7 @@ TEST(svg_surface, writes_paths_pixels_text_and_clips) {
   svg_surface s(40, 30);
   EXPECT_EQ(s.caps(), (device_caps{{96, 96}, {11, 8}, {40, 30}, false}));
   EXPECT_EQ(screen_caps(40, 30, 0).size_mm, (isize{0, 0})) << "no size without a resolution";
+  EXPECT_EQ(screen_caps(1, 1, 1000).size_mm, (isize{1, 1})) << "at least a millimetre";
   EXPECT_EQ(svg_surface(0, -5).caps().resolution, (isize{1, 1})) << "at least a pixel";
   s.fill_rect({40, 30, 0, 0}, colour::black);
   s.set_pen(colour::light_yellow);

@@ -35,29 +35,8 @@ struct tracked_list : server_list {
 const stream_registration<tracked_server> tracked_server_registration("tracked_server");
 const stream_registration<tracked_list> tracked_list_registration("tracked_list");
 
-std::string write(const server* s) {
-  std::ostringstream out;
-  opstream os(out);
-  writePtr(os, s);
-  EXPECT_TRUE(os.good()) << os.error();
-  return out.str();
-}
-
-/// The server read from `bytes`; null (and the stream's error in `error`) when it fails.
 server* read(const std::string& bytes, std::string* error = nullptr) {
-  std::istringstream in(bytes);
-  ipstream is(in);
-  server* s = nullptr;
-  readPtr(is, s);
-  if (error != nullptr) *error = is.error();
-  EXPECT_EQ(s == nullptr, is.fail()) << is.error();
-  return s;
-}
-
-server* root_of(server* s) {
-  while (s->get_parent() != nullptr)
-    s = s->get_parent();
-  return s;
+  return read_back<server>(bytes, error);
 }
 
 server* child(const server& s, const std::string& name) {
@@ -130,11 +109,11 @@ const std::string sample_shape =
 
 TEST(server_stream, writes_the_documented_layout) {
   server s(nullptr, "ab");
-  EXPECT_EQ(write(&s), rec("server", server_part("", "ab", null_ptr, {})));
+  EXPECT_EQ(written(&s), rec("server", server_part("", "ab", null_ptr, {})));
   // Sparse, with two empty slots; without children the member count follows the child count in
   // the same run of data.
   server_list l(nullptr, "L", 1, 0, 1, 2, 3);
-  EXPECT_EQ(write(&l),
+  EXPECT_EQ(written(&l),
             rec("server_list", seg(le32(1) + le32(1) + "L") + null_ptr + seg(le32(0) + le32(2)) +
                                    null_ptr + null_ptr + seg(le32(1) + le32(0))));
 }
@@ -147,7 +126,7 @@ TEST(server_stream, a_tree_with_lists_round_trips_also_from_a_child) {
   auto* owned = dynamic_cast<server_list*>(child(*back, "owned"));
   server* m1 = owned->at(0);
   m1->set_dirty();
-  EXPECT_EQ(write(back.get()), sample) << "written back byte for byte";
+  EXPECT_EQ(written(back.get()), sample) << "written back byte for byte";
   EXPECT_FALSE(back->is_dirty()) << "writing clears the dirty flags";
   // The watching list holds the very servers of the tree and is their client again.
   auto* watch = dynamic_cast<server_list*>(child(*back, "watch"));
@@ -159,7 +138,7 @@ TEST(server_stream, a_tree_with_lists_round_trips_also_from_a_child) {
   watch->detach_client(on_watch);
 
   // m2 written alone: its parents are written inside it.
-  const std::string from_m2 = write(owned->at(1));
+  const std::string from_m2 = written(owned->at(1));
   back.reset();
   server* m2 = read(from_m2);
   ASSERT_NE(m2, nullptr);

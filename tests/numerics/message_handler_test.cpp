@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -20,111 +19,57 @@ namespace {
 
 constexpr unsigned both = message_handler::keep | message_handler::announce;
 
-class recording_printer : public message_printer {
- public:
+struct recording_printer : message_printer {
   void write(const char* bytes, int length) override {
-    std::lock_guard guard(mutex_);
-    lines_.emplace_back(bytes, static_cast<std::size_t>(length));
+    std::lock_guard guard(mutex);
+    lines.emplace_back(bytes, static_cast<std::size_t>(length));
   }
-  std::vector<std::string> lines() const {
-    std::lock_guard guard(mutex_);
-    return lines_;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> lines_;
+  std::mutex mutex;
+  std::vector<std::string> lines;
 };
-
-std::string listing(const message_handler& log) {
-  std::string text;
-  for (const message& m : log.messages())
-    text += m.text + "@" + std::to_string(m.time.value()) + " ";
-  return text;
-}
 
 TEST(message_handler, keeps_repeats_once_within_950_ticks_and_restamps_or_moves_them_after) {
   fake_tick tick(1000);
   message_handler log;
   recording_client watcher;
-  std::vector<std::string> seen;  // what each notification's argument shows
-  long removed_index = -1;
+  std::string seen;  // what each notification's argument shows
   watcher.on_notify([&](server&, int code, long arg) {
-    if (code == message_handler::destroyed) removed_index = arg;
-    if (code == message_handler::restamping) {
-      seen.push_back((*from_notify_arg<message*>(arg))->text);
-    } else if (code != message_handler::destroyed && code != message_handler::cleared) {
-      seen.push_back(from_notify_arg<message>(arg)->text);
-    }
+    if (code == message_handler::destroyed) seen += std::to_string(arg);
+    if (code == message_handler::restamping) seen += (*from_notify_arg<message*>(arg))->text;
+    if (code == 520 || code == 523 || code == 526) seen += from_notify_arg<message>(arg)->text;
   });
   log.attach_client(watcher);
-
-  const struct {
-    const char* what;
-    std::uint32_t tick;
-    const char* text;
-    unsigned flags;
-    std::vector<int> codes;
-    const char* list;
-  } steps[] = {
-      {"new text", 1000, "A", both, {520, 526}, "A@1000 "},
-      {"950 ticks on: not listed again", 1950, "A", both, {526}, "A@1000 "},
-      {"951 ticks on, newest: restamped", 1951, "A", both, {522, 523, 526}, "A@1951 "},
-      {"another text, kept only", 2000, "B", message_handler::keep, {520}, "B@2000 A@1951 "},
-      {"older repeat below: moved up",
-       3000,
-       "A",
-       message_handler::keep,
-       {521, 520},
-       "A@3000 B@2000 "},
-      {"announced only", 3001, "C", message_handler::announce, {526}, "A@3000 B@2000 "},
-  };
-  for (const auto& step : steps) {
-    SCOPED_TRACE(step.what);
+  // The tick, the text and its flags, then the codes told and the list afterwards.
+  const std::tuple<std::uint32_t, const char*, unsigned, std::vector<int>, std::string> steps[] = {
+      {1000, "A", both, {520, 526}, "A@1000 "},
+      {1950, "A", both, {526}, "A@1000 "},            // 950 ticks on: not listed again
+      {1951, "A", both, {522, 523, 526}, "A@1951 "},  // 951 ticks on, the newest: restamped
+      {2000, "B", message_handler::keep, {520}, "B@2000 A@1951 "},
+      {3000, "A", message_handler::keep, {521, 520}, "A@3000 B@2000 "},  // older repeat moves up
+      {3001, "C", message_handler::announce, {526}, "A@3000 B@2000 "}};
+  for (const auto& [t, text, flags, codes, list] : steps) {
     watcher.clear();
-    tick.set(step.tick);
-    log.add_message(step.text, step.flags);
-    EXPECT_EQ(watcher.codes(), step.codes);
-    EXPECT_EQ(listing(log), step.list);
+    tick.set(t);
+    log.add_message(text, flags);
+    EXPECT_EQ(watcher.codes(), codes) << t;
+    std::string listing;
+    for (const message& m : log.messages())
+      listing += m.text + "@" + std::to_string(m.time.value()) + " ";
+    EXPECT_EQ(listing, list) << t;
   }
-  EXPECT_EQ(removed_index, 1) << "521 names the index it removes";
-  EXPECT_EQ(seen, (std::vector<std::string>{"A", "A", "A", "A", "A", "A", "B", "A", "C"}));
-
+  EXPECT_EQ(seen, "AAAAAAB1AC") << "521 names the index it removes";
   watcher.clear();
   log.null_message();
   EXPECT_EQ(watcher.received(), (std::vector<notification>{{&log, 524, 0}}));
-  EXPECT_FALSE(log.add_at(message("x"), 3));
-  EXPECT_TRUE(log.add_at(message("x"), 2));
-  EXPECT_TRUE(log.destroy(2));
-  EXPECT_FALSE(log.destroy(2));
+  EXPECT_TRUE(!log.add_at(message("x"), 3) && log.add_at(message("x"), 2));
+  EXPECT_TRUE(log.destroy(2) && !log.destroy(2));
   std::string order;
   log.for_each([](const message& m, void* out) { *static_cast<std::string*>(out) += m.text; },
                &order);
   EXPECT_EQ(order, "AB");
 }
 
-TEST(message_handler, logs_nothing_while_off_and_starts_empty_when_switched_on) {
-  fake_tick tick(10);
-  message_handler log;
-  recording_printer printed;
-  log.set_print_mgr(&printed);
-  recording_client watcher;
-  log.attach_client(watcher);
-  log.add_message("kept", message_handler::keep);
-  log.set_active(false);
-  EXPECT_FALSE(log.is_active());
-  log.add_message("lost", both);
-  EXPECT_EQ(log.count(), 1);
-  log.set_active(false);
-  EXPECT_EQ(log.count(), 1);
-  log.set_active(true);
-  EXPECT_TRUE(log.is_active());
-  EXPECT_EQ(log.count(), 0);
-  EXPECT_EQ(watcher.codes(), std::vector<int>{520});
-  EXPECT_TRUE(printed.lines().empty());
-}
-
-TEST(message_handler, stamps_messages_with_the_local_time_of_their_tick) {
+TEST(message_handler, logs_nothing_while_off_and_stamps_the_local_time_of_the_tick) {
   scoped_env zone("TZ", "Europe/London");
   fake_wall_clock wall(fake_wall_clock::utc(2024, 7, 1, 21, 59, 59, 600));
   fake_tick tick(20'000);
@@ -132,9 +77,20 @@ TEST(message_handler, stamps_messages_with_the_local_time_of_their_tick) {
   message_handler log;
   recording_printer printed;
   log.set_print_mgr(&printed);
+  recording_client watcher;
+  log.attach_client(watcher);
+  log.add_message("kept", message_handler::keep);
+  log.set_active(false);
+  log.add_message("lost", both);
+  log.set_active(false);
+  EXPECT_TRUE(!log.is_active() && log.count() == 1);
+  log.set_active(true);
+  EXPECT_TRUE(log.is_active() && log.count() == 0);
+  EXPECT_EQ(watcher.codes(), std::vector<int>{520});
+  EXPECT_TRUE(printed.lines.empty());
   log.add_message("Alarm Depth Red 3.2m", both);
   // 22:59:59.6 summer time: the stamp rounds to the next whole second, the time of day truncates.
-  EXPECT_EQ(printed.lines(),
+  EXPECT_EQ(printed.lines,
             std::vector<std::string>{"1-Jul-2024 23:00:00  Alarm Depth Red 3.2m\r\n"});
   EXPECT_EQ(log.at(0).get_time_and_text(), "22:59:59 Alarm Depth Red 3.2m");
 }
@@ -144,13 +100,15 @@ TEST(message_handler, takes_messages_from_several_threads_while_a_client_watches
   recording_printer printed;
   log.set_print_mgr(&printed);
   std::vector<int> sizes;  // the list's length at each 520, read from inside the notification
+  int announced = 0;
   recording_client watcher;
   watcher.on_notify([&](server&, int code, long) {
     if (code == message_handler::added) sizes.push_back(log.count());
+    announced += code == message_handler::announced;
   });
   log.attach_client(watcher);
   constexpr int threads = 4, each = 200;
-  std::vector<std::thread> loggers;
+  std::vector<std::jthread> loggers;
   for (int t = 0; t < threads; ++t) {
     loggers.emplace_back([&log, t] {
       for (int i = 0; i < each; ++i) {
@@ -159,19 +117,14 @@ TEST(message_handler, takes_messages_from_several_threads_while_a_client_watches
       }
     });
   }
-  for (std::thread& t : loggers)
-    t.join();
-  const int unique = threads * each;
-  EXPECT_EQ(log.count(), unique + 1);
-  EXPECT_EQ(printed.lines().size(), static_cast<std::size_t>(unique));
-  int announced = 0;
-  for (const notification& n : watcher.received())
-    announced += n.code == message_handler::announced ? 1 : 0;
-  EXPECT_EQ(announced, unique);
+  loggers.clear();  // joins them
+  EXPECT_EQ(log.count(), threads * each + 1);
+  EXPECT_EQ(printed.lines.size(), std::size_t(threads * each));
+  EXPECT_EQ(announced, threads * each);
   // Every 520 saw the list grown by its own message only: no two insertions overlapped.
   for (std::size_t i = 1; i < sizes.size(); ++i)
     ASSERT_LE(sizes[i], sizes[i - 1] + 1) << i;
-  EXPECT_EQ(sizes.back(), unique + 1);
+  EXPECT_EQ(sizes.back(), threads * each + 1);
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // The numeric kinds and their factory: which numeric every type id makes and with which
 // options, the unit tables (checked against physical values), the shared formatting with its
-// overflow mark, bearings, compound intervals, automatic memory units, dates and positions, and
-// the values that have no text.
+// overflow mark, bearings, compound intervals, automatic memory units, dates and positions, the
+// values that have no text, and configuration texts: the exact text written for every kind, the
+// round trip, and bad texts, which set the fields before the first bad one.
 #include <kyo/numerics/geog_nmrc.h>
 #include <kyo/numerics/make_numeric.h>
 #include <kyo/numerics/numeric_nmrc.h>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <numbers>
@@ -62,67 +64,52 @@ std::string made(const numeric_server& s, int index) {
   return out;
 }
 
-// Every type id with the entry's default width and precision (-1, -1) and with 8 and 3.
+// Every type id with the entry's default width and precision (-1, -1); 8 and 3 replace the
+// defaults' width and precision and a date's decimals.
 TEST(make_numeric, makes_the_kind_and_options_of_every_type_id) {
-  const std::pair<const char*, const char*> kinds[] = {
-      {"numeric", "numeric"},
-      {"timedate_nmrc flags 5 decimals -1", "timedate_nmrc flags 5 decimals 3"},
-      {"geog_nmrc format 2", "geog_nmrc format 2"},
-      {"geog_nmrc format 2", "geog_nmrc format 2"},
-      {"null", "null"},
-      {"numeric_nmrc 12.1 '' unit 0", "numeric_nmrc 8.3 '' unit 0"},
-      {"numeric_nmrc 12.1 '' unit 0", "numeric_nmrc 8.3 '' unit 0"},
-      {"distance_nmrc 12.2 'm' unit 0", "distance_nmrc 8.3 'm' unit 0"},
-      {"time_interval_nmrc 12.0 's' unit 0", "time_interval_nmrc 8.3 's' unit 0"},
-      {"speed_nmrc 12.1 'kts' unit 0 x1.943844", "speed_nmrc 8.3 'kts' unit 0 x1.943844"},
-      {"bearing_nmrc 12.1 '\xB0T' unit 0", "bearing_nmrc 8.3 '\xB0T' unit 0"},
-      {"bearing_nmrc 12.1 '\xB0G' unit 0", "bearing_nmrc 8.3 '\xB0G' unit 0"},
-      {"bearing_nmrc 12.1 '\xB0' unit 0", "bearing_nmrc 8.3 '\xB0' unit 0"},
-      {"tension_nmrc 12.1 'N' unit 0", "tension_nmrc 8.3 'N' unit 0"},
-      {"pressure_nmrc 12.1 'kPa' unit 0", "pressure_nmrc 8.3 'kPa' unit 0"},
-      {"emf_nmrc 12.1 'V' unit 0", "emf_nmrc 8.3 'V' unit 0"},
-      {"numeric_nmrc 12.1 '%' unit 0", "numeric_nmrc 8.3 '%' unit 0"},
-      {"memory_nmrc 12.1 '' unit 4", "memory_nmrc 8.3 '' unit 4"},
-  };
-  test_numeric_server defaults, explicit_options;
-  for (int type = 0; type < 256; ++type) {
+  const std::string kinds[] = {"numeric",
+                               "timedate_nmrc flags 5 decimals -1",
+                               "geog_nmrc format 2",
+                               "geog_nmrc format 2",
+                               "null",
+                               "numeric_nmrc 12.1 '' unit 0",
+                               "numeric_nmrc 12.1 '' unit 0",
+                               "distance_nmrc 12.2 'm' unit 0",
+                               "time_interval_nmrc 12.0 's' unit 0",
+                               "speed_nmrc 12.1 'kts' unit 0 x1.943844",
+                               "bearing_nmrc 12.1 '\xB0T' unit 0",
+                               "bearing_nmrc 12.1 '\xB0G' unit 0",
+                               "bearing_nmrc 12.1 '\xB0' unit 0",
+                               "tension_nmrc 12.1 'N' unit 0",
+                               "pressure_nmrc 12.1 'kPa' unit 0",
+                               "emf_nmrc 12.1 'V' unit 0",
+                               "numeric_nmrc 12.1 '%' unit 0",
+                               "memory_nmrc 12.1 '' unit 4"};
+  test_numeric_server defaults;
+  for (int type = 0; type < 256; ++type)
     defaults.add("t", type);
-    explicit_options.add("t", type, 8, 3);
-  }
   for (int type = 0; type < 256; ++type) {
-    SCOPED_TRACE(type);
-    EXPECT_EQ(made(defaults, type + 1), type < 18 ? kinds[type].first : "null");
-    EXPECT_EQ(made(explicit_options, type + 1), type < 18 ? kinds[type].second : "null");
+    EXPECT_EQ(made(defaults, type + 1), type < 18 ? kinds[type] : "null") << type;
   }
   test_numeric_server s;
   EXPECT_EQ(made(s, s.add("flagged", 0x1000 | 7)), "distance_nmrc 12.2 'm' unit 0");
+  EXPECT_EQ(made(s, s.add("explicit", 1, 8, 3)), "timedate_nmrc flags 5 decimals 3");
+  EXPECT_EQ(made(s, s.add("explicit", 9, 8, 3)), "speed_nmrc 8.3 'kts' unit 0 x1.943844");
+  EXPECT_EQ(made(s, s.add("no decimals", 10, 8, 0)), "bearing_nmrc 8.0 '\xB0T' unit 0");
   EXPECT_EQ(made(s, s.add("high byte only", 0x1200)), "numeric");
   EXPECT_EQ(made(s, s.add("wide", 7, 40, 2)), "distance_nmrc 31.2 'm' unit 0");
-  EXPECT_EQ(made(s, s.add("widest", 7, 31, 2)), "distance_nmrc 31.2 'm' unit 0");
   EXPECT_EQ(made(s, s.add("left-aligned", 7, -5, 2)), "distance_nmrc -5.2 'm' unit 0");
 }
 
 TEST(numeric_units, every_table_row_converts_a_known_quantity) {
   const std::tuple<const char*, int, int, double, int, const char*, const char*> rows[] = {
-      {"metres", 7, 0, 12.345, 3, "12.345", "m"},
-      {"international feet", 7, 1, 0.3048 * 1000, 3, "1000.000", "ft"},
-      {"US survey feet", 7, 2, 1200.0 / 3937 * 1000, 3, "1000.000", "ft"},
       {"nautical miles", 7, 3, 1852 * 2.5, 3, "2.500", "nm"},
-      {"seconds", 8, 0, 90, 1, "90.0", "s"},
       {"minutes", 8, 1, 90, 1, "1.5", "m"},
-      {"hours", 8, 2, 5400, 1, "1.5", "h"},
-      {"days", 8, 3, 129600, 1, "1.5", "d"},
       {"weeks", 8, 4, 907200, 1, "1.5", "w"},
-      {"knots", 9, 0, 1852.0 / 3600 * 12, 3, "12.000", "kts"},
-      {"metres per second", 9, 1, 3.25, 2, "3.25", "m/s"},
       {"feet per second", 9, 2, 0.3048 * 10, 3, "10.000", "f/s"},
-      {"newtons", 13, 0, 9.5, 1, "9.5", "N"},
       {"kilograms-force", 13, 1, 9.80665 * 3, 4, "3.0000", "kgf"},
-      {"pounds-force", 13, 2, 4.4482216152605 * 2, 4, "2.0000", "lbf"},
-      {"kilopascals", 14, 0, 101.3, 1, "101.3", "kPa"},
       {"psi", 14, 1, 6.894757293168361 * 5, 4, "5.0000", "psi"},
       {"thousandths of an atmosphere", 14, 2, 101.325, 3, "1000.000", "mb"},
-      {"volts", 15, 0, 24.25, 2, "24.25", "V"},
   };
   test_numeric_server s;
   s.add_every_type(12, 1);
@@ -144,33 +131,51 @@ TEST(numeric_units, every_table_row_converts_a_known_quantity) {
   }
 }
 
-TEST(numeric_format, too_wide_values_become_an_overflow_mark_in_the_shape_of_the_number) {
-  const std::tuple<const char*, int, int, double, const char*> rows[] = {
-      {"fits exactly", 8, 2, 12345.67, "12345.67"},
-      {"one past full", 8, 2, 123456.78, "+++++.++"},
-      {"negative", 8, 2, -12345.678, "-----.--"},
-      {"no decimals, no point", 5, 0, 123456, "+++++"},
-      {"point at the first place", 4, 3, 12.5, ".+++"},
-      {"point before the field", 3, 5, 1, "+++"},
-      {"zero takes '-'", 3, 2, 0, ".--"},
-      {"printf rounds the binary value, ties to even", 12, 1, 0.25, "         0.2"},
-      {"negative zero keeps its sign", 12, 1, -0.0, "        -0.0"},
-      {"NaN", 12, 1, nan, "         nan"},
-      {"NaN too wide takes '-'", 2, 1, nan, ".-"},
-      {"widest field", 31, 1, 1e40, "+++++++++++++++++++++++++++++.+"},
-      {"width above 31 counts as 31", 100, 1, 1e40, "+++++++++++++++++++++++++++++.+"},
-      {"negative width is a left-aligned field", -6, 1, 2.5, "2.5   "},
-      {"negative precision is printf's 6", 12, -1, 2.5, "    2.500000"},
-      {"huge precision never fits", 12, INT_MAX, 2.5, "++++++++++++"},
-      {"zero width", 0, 1, 2.5, ""},
+// Each kind of numeric, configured by its configuration text, through the shared formatting:
+// the overflow mark in the shape of the number, bearings rounded in degrees and wrapped, compound
+// intervals, dates by their flags and positions by the axis of their entry. \260 is the degree
+// sign (0xB0), written in octal so that digits may follow it.
+TEST(numeric_format, every_kind_formats_its_value) {
+  constexpr double stamp = 1709647629.25;  // 2024-03-05 14:07:09.25 UTC
+  constexpr double south = -(12 + 34.0 / 60 + 56.789 / 3600) * deg;
+  const std::tuple<const char*, int, const char*, double, std::string> rows[] = {
+      {"one past full", 5, "0,8,2", 123456.78, "+++++.++"},
+      {"point at the first place", 5, "0,4,3", 12.5, ".+++"},
+      {"zero too wide takes '-'", 5, "0,3,2", 0, ".--"},
+      {"printf rounds the binary value, ties to even", 5, "0,12,1", 0.25, "         0.2"},
+      {"negative zero keeps its sign", 5, "0,12,1", -0.0, "        -0.0"},
+      {"NaN too wide takes '-'", 5, "0,2,1", nan, ".-"},
+      {"width above 31 counts as 31", 5, "0,100,1", 1e40, std::string(29, '+') + ".+"},
+      {"negative width is a left-aligned field", 5, "0,-6,1", 2.5, "2.5   "},
+      {"huge precision never fits", 5, "0,12,2147483647", 2.5, "++++++++++++"},
+      {"bearing 359.96 rounds to 360 and wraps", 10, "0,3,1", 359.96 * deg, "0.0"},
+      {"bearing halves away from zero", 10, "0,2,0", 10.5 * deg, "11"},
+      {"bearing factor applies to degrees", 10, "0,5,3,0.002777777777777778,rev", 90 * deg,
+       "0.250"},
+      {"compound seconds truncate", 8, "5,12,0", 59.9, "59s"},
+      {"compound days", 8, "5,12,0", 93784, "1d2h03m04s"},
+      {"compound negative", 8, "5,12,0", -65, "-1m-5s"},
+      {"compound too large", 8, "5,12,0", 1e300, "++++++++++++"},
+      {"memory in megabytes to four figures", 17, "4,5,3", 1048576 * 3.14159, "3.140"},
+      {"memory to one figure, 10^12 bytes", 17, "4,5,1", 1e12, "900.0"},
+      {"memory of a fraction rounds up", 17, "4,3,1", 0.5, "1.0"},
+      {"long date and time", 1, "5,0", stamp, "5 Mar 2024 14:07:09"},
+      {"day of year and time", 1, "7,2", stamp, "65 14:07:09.25"},
+      {"negative decimals count as 3", 1, "4,-3", stamp, "14:07:09.250"},
+      {"day 366 of a leap year prints 0", 1, "3,0", 1735646400, "0"},
+      {"the day of the value rounded to the second", 1, "3,0", 1704067199.6, "1"},
+      {"latitude seconds", 2, "2", south, "12\26034'56.789\"S"},
+      {"longitude seconds", 3, "2", 123.5 * deg, "123\26030'00.000\"E"},
+      {"radians cut at 31 characters", 2, "3", 1e30, "1000000000000000019884624838656"},
+      {"unknown format shows as format 2", 2, "9", south, "12\26034'56.789\"S"},
   };
   test_numeric_server s;
-  const int index = s.add("n", numeric_type::number);
-  for (const auto& [what, width, precision, value, text] : rows) {
+  s.add_every_type();
+  for (const auto& [what, type, config, value, text] : rows) {
     SCOPED_TRACE(what);
-    numeric_nmrc n(s, index, 12, 1, 1.0, "");
-    set_options(n, {.width = width, .precision = precision});
-    EXPECT_EQ(shown(s, n, value), text);
+    std::unique_ptr<numeric> n(make_numeric(s, type + 1));
+    n->read_config(config);
+    EXPECT_EQ(shown(s, *n, value), text);
   }
 }
 
@@ -179,15 +184,13 @@ TEST(numeric_format, no_value_leaves_the_text_untouched) {
   test_numeric_server s;
   s.add_every_type(12, 1);
   std::string out = "keep";
-  for (int type = 0; type < 18; ++type) {
-    SCOPED_TRACE(type);
+  for (int type : {1, 2, 7, 8, 10, 17}) {
     std::unique_ptr<numeric> n(make_numeric(s, type + 1));
-    if (n == nullptr) continue;
     s.set_status(type + 1, numeric_status::no_data);
-    EXPECT_EQ(n->as_string(0, out, true), numeric_status::no_data);
+    EXPECT_EQ(n->as_string(0, out, true), numeric_status::no_data) << type;
     s.set_status(type + 1, numeric_status::stale);
     std::string stale;
-    EXPECT_EQ(n->as_string(0, stale, true), numeric_status::stale);
+    EXPECT_EQ(n->as_string(0, stale, true), numeric_status::stale) << type;
   }
   s.set_text(1, "abc");
   EXPECT_EQ(distance_nmrc(s, 1, 12, 2).as_string(0, out, true), 0) << "a text entry";
@@ -198,140 +201,109 @@ TEST(numeric_format, no_value_leaves_the_text_untouched) {
 }
 
 TEST(numeric_format, text_entries_pad_by_the_sign_of_the_entry_width) {
-  const std::tuple<const char*, int, bool, const char*> rows[] = {
-      {"negative width pads on the right", -6, true, "abc   "},
-      {"positive width puts the whole width in front", 6, true, "      abc"},
-      {"width not above the length", 3, true, "abc"},
-      {"no padding asked", 6, false, "abc"},
-      {"width capped at 31", INT_MIN, true, "abc                            "},
-  };
+  const std::tuple<int, bool, const char*> rows[] = {
+      {-6, true, "abc   "},
+      {6, true, "      abc"},
+      {6, false, "abc"},
+      {INT_MIN, true, "abc                            "}};  // width capped at 31
   test_numeric_server s;
-  for (const auto& [what, width, pad, text] : rows) {
-    SCOPED_TRACE(what);
+  for (const auto& [width, pad, text] : rows) {
     const int index = s.add("t", numeric_type::text, width);
     s.set_text(index, "abc");
     std::string out;
     EXPECT_EQ(numeric(s, index).as_string(0, out, pad), numeric_status::fresh);
-    EXPECT_EQ(out, text);
+    EXPECT_EQ(out, text) << width;
   }
 }
 
-TEST(numeric_format, bearings_round_in_degrees_and_wrap_360_to_0) {
-  const std::tuple<const char*, int, double, const char*> rows[] = {
-      {"359.96 rounds to 360 and wraps", 1, 359.96 * deg, "0.0"},
-      {"359.94 stays", 1, 359.94 * deg, "359.9"},
-      {"whole degrees", 0, 359.5 * deg, "0"},
-      {"half away from zero", 0, 10.5 * deg, "11"},
-      {"negative zero shows as 0", 1, -0.0, "0.0"},
-      {"NaN", 1, nan, "nan"},
+/// Display options as one comparable value.
+auto fields(const numeric_nmrc::nmrc_data& d) {
+  return std::tuple(d.unit_index, d.width, d.precision, d.factor, std::string(d.units));
+}
+auto options(const numeric& n) {
+  numeric_nmrc::nmrc_data d;
+  dynamic_cast<const numeric_nmrc&>(n).get_nmrc_data(d);
+  return fields(d);
+}
+
+std::string config_of(const numeric& n) {
+  std::string text = "prefix,";
+  n.write_config(text);
+  EXPECT_EQ(text.substr(0, 7), "prefix,") << "write_config appends";
+  return text.substr(7);
+}
+
+TEST(numeric_config, every_kind_writes_its_exact_text_and_reads_it_back) {
+  // Each numeric is given unit `unit` (completing factor and label from its table), width 10
+  // and precision 3.
+  const std::tuple<int, int, const char*, double> rows[] = {
+      {5, 0, "0,10,3,1.000000,   ", 1.0},       {6, 0, "0,10,3,1.000000,   ", 1.0},
+      {7, 2, "2,10,3,3.280833, ft", 3.280833},  {7, 3, "3,10,3,0.000540, nm", 0.00054},
+      {8, 4, "4,10,3,0.000002,  w", 0.000002},  {8, 5, "5,10,3,1.000000,   ", 1.0},
+      {9, 0, "0,10,3,1.943844,kts", 1.943844},  {10, 0, "0,10,3,1.000000, \xB0T", 1.0},
+      {12, 0, "0,10,3,1.000000,  \xB0", 1.0},   {13, 2, "2,10,3,0.224809,lbf", 0.224809},
+      {14, 2, "2,10,3,9.869233, mb", 9.869233}, {15, 0, "0,10,3,1.000000,  V", 1.0},
+      {16, 0, "0,10,3,1.000000,  %", 1.0},      {17, 4, "4,10,3,1.000000,   ", 1.0},
   };
   test_numeric_server s;
-  const int index = s.add("b", numeric_type::true_bearing);
-  for (const auto& [what, precision, radians, text] : rows) {
+  s.add_every_type();
+  for (const auto& [type, unit, written, factor_back] : rows) {
+    SCOPED_TRACE(written);
+    std::unique_ptr<numeric> n(make_numeric(s, type + 1)), back(make_numeric(s, type + 1));
+    auto& nn = dynamic_cast<numeric_nmrc&>(*n);
+    numeric_nmrc::nmrc_data d;
+    nn.get_nmrc_data(d);
+    std::tie(d.unit_index, d.width, d.precision) = std::tuple(unit, 10, 3);
+    nn.set_nmrc_data(d);
+    ASSERT_EQ(config_of(*n), written);
+    EXPECT_EQ(back->read_config(written), 5);
+    EXPECT_EQ(options(*back), std::tuple(unit, 10, 3, factor_back, std::string(d.units)));
+    EXPECT_EQ(config_of(*back), written);
+  }
+
+  timedate_nmrc td(s, 2, 7, 2), td_back(s, 2, 5, 0);
+  EXPECT_EQ(config_of(td), "7,2");
+  EXPECT_EQ(td_back.read_config("7,2"), 2);
+  EXPECT_EQ(std::pair(td_back.get_flags(), td_back.get_decimals()), std::pair(7, 2));
+  geog_nmrc g(s, 3, geog_format::semicircles), g_back(s, 3, geog_format::seconds);
+  EXPECT_EQ(config_of(g), "4");
+  EXPECT_EQ(g_back.read_config("4"), 1);
+  EXPECT_EQ(g_back.get_format(), geog_format::semicircles);
+  numeric plain(s, 1);
+  EXPECT_EQ(config_of(plain), "");
+  EXPECT_EQ(plain.read_config("1,2,3"), 0);
+}
+
+TEST(numeric_config, bad_texts_set_the_fields_before_the_first_bad_one) {
+  // The numeric starts as unit 0, width 12, precision 2, factor 1, label "m".
+  const std::tuple<const char*, const char*, int, numeric_nmrc::nmrc_data> rows[] = {
+      {"unit only, as a custom output line hands it over", "3", 1, {3, 12, 2, 1.0, "m"}},
+      {"not a number", "x,1", 0, {0, 12, 2, 1.0, "m"}},
+      {"blanks before a number are skipped", " 3,\t15", 2, {3, 15, 2, 1.0, "m"}},
+      {"signs", "+3,-4,+5,+1.5e1,abcdef", 5, {3, -4, 5, 15.0, "abc"}},
+      {"int overflow", "99999999999,1", 0, {0, 12, 2, 1.0, "m"}},
+      {"factor out of range", "1,2,3,1e999,ft", 3, {1, 2, 3, 1.0, "m"}},
+      {"label stops at a blank", "1,2,3,4.5,\t kn ots", 5, {1, 2, 3, 4.5, "kn"}},
+      {"decimal comma is no decimal", "1,2,3,4,5,m", 5, {1, 2, 3, 4.0, "5,m"}},
+  };
+  test_numeric_server s;
+  const int index = s.add("d", numeric_type::distance);
+  for (const auto& [what, text, taken, expected] : rows) {
     SCOPED_TRACE(what);
-    bearing_nmrc n(s, index, 12, precision, "\xB0T");
-    EXPECT_EQ(shown(s, n, radians, false), text);
+    distance_nmrc n(s, index, 12, 2);
+    EXPECT_EQ(n.read_config(text), taken);
+    EXPECT_EQ(options(n), fields(expected));
   }
-  bearing_nmrc turns(s, index, 12, 3, "rev");
-  set_options(turns, {.precision = 3, .factor = 1.0 / 360, .units = "rev"});
-  EXPECT_EQ(shown(s, turns, 90 * deg, false), "0.250") << "the factor applies to the degrees";
-}
 
-TEST(numeric_format, compound_intervals_split_into_weeks_to_seconds) {
-  const std::pair<double, const char*> rows[] = {
-      {0, "00s"},
-      {59, "59s"},
-      {59.9, "59s"},
-      {60, "01m00s"},
-      {3600, "1h00m00s"},
-      {93784, "1d2h03m04s"},
-      {604800, "1w0d0h00m00s"},
-      {-65, "-1m-5s"},
-      {nan, "------------"},
-      {1e300, "++++++++++++"},
-  };
-  test_numeric_server s;
-  time_interval_nmrc n(s, s.add("t", numeric_type::time_interval), 12, 0);
-  const auto d = set_options(n, {.unit_index = time_unit::compound, .precision = 0});
-  EXPECT_STREQ(d.units, "") << "the compound form writes its own letters";
-  for (const auto& [seconds, text] : rows) {
-    EXPECT_EQ(shown(s, n, seconds), text) << seconds;
-  }
+  distance_nmrc n(s, index, 12, 2);
+  EXPECT_EQ(n.read_config(std::string(100000, '9').c_str()), 0) << "overlong number";
+  EXPECT_EQ(n.read_config("1,2,3,nan,m"), 5);
+  EXPECT_TRUE(std::isnan(std::get<3>(options(n))));
+  timedate_nmrc td(s, index, 5, 0);
+  EXPECT_EQ(td.read_config("3,x"), 1);
+  EXPECT_EQ(std::pair(td.get_flags(), td.get_decimals()), std::pair(3, 0));
+  EXPECT_EQ(td.read_config("x"), 0);
+  EXPECT_EQ(td.get_flags(), 3);
 }
-
-TEST(numeric_format, memory_chooses_its_unit_and_significant_figures) {
-  const std::tuple<double, int, const char*, const char*> rows[] = {
-      {0, 1, "0.0", "b"},
-      {1023, 1, "1000.0", "b"},
-      {1024, 1, "1.0", "kb"},
-      {1048576 * 3.14159, 3, "3.140", "Mb"},
-      {1e12, 1, "900.0", "Gb"},
-      {1e12, 3, "931.000", "Gb"},
-      {1e12, 0, "931", "Gb"},
-      {1e15, 1, "900000.0", "Gb"},
-      {-5, 1, "-5.0", "b"},
-      {0.5, 1, "1.0", "b"},  // one significant figure of a fraction rounds up
-      {nan, 1, "nan", "b"},
-  };
-  test_numeric_server s;
-  const int index = s.add("m", numeric_type::memory, 12, 1);
-  for (const auto& [bytes, precision, text, label] : rows) {
-    SCOPED_TRACE(bytes);
-    memory_nmrc n(s, index, 12, precision);
-    EXPECT_EQ(n.get_units(), "") << "nothing shown yet";
-    EXPECT_EQ(shown(s, n, bytes, false), text);
-    EXPECT_EQ(n.get_units(), label);
-  }
-  memory_nmrc fixed(s, index, 12, 1);
-  set_options(fixed, {.unit_index = memory_unit::kilobyte, .factor = 1.0 / 1024, .units = "kb"});
-  EXPECT_EQ(shown(s, fixed, 3000, false), "2.9");
-  EXPECT_EQ(fixed.get_units(), "kb");
-}
-
-TEST(numeric_format, dates_follow_the_flags) {
-  constexpr double stamp = 1709647629.25;  // 2024-03-05 14:07:09.25 UTC
-  const std::tuple<const char*, int, int, double, const char*> rows[] = {
-      {"long date and time", 5, 0, stamp, "5 Mar 2024 14:07:09"},
-      {"long date", 1, 0, stamp, "5 Mar 2024"},
-      {"day of year", 3, 0, stamp, "65"},
-      {"day of year and time", 7, 2, stamp, "65 14:07:09.25"},
-      {"time alone", 4, 1, stamp, "14:07:09.3"},
-      {"negative decimals count as 3", 4, -3, stamp, "14:07:09.250"},
-      {"nothing", 0, 0, stamp, ""},
-      {"day 365 of a common year", 3, 0, 1704024000, "365"},
-      {"day 366 of a leap year prints 0", 3, 0, 1735646400, "0"},
-      {"the day of the value rounded to the second", 3, 0, 1704067199.6, "1"},
-  };
-  test_numeric_server s;
-  const int index = s.add("t", numeric_type::date_time);
-  for (const auto& [what, flags, decimals, value, text] : rows) {
-    SCOPED_TRACE(what);
-    EXPECT_EQ(shown(s, timedate_nmrc(s, index, flags, decimals), value), text);
-  }
-}
-
-TEST(numeric_format, positions_use_the_axis_of_the_entry) {
-  constexpr double south = -(12 + 34.0 / 60 + 56.789 / 3600) * deg;
-  constexpr double east = 123.5 * deg;
-  // \260 is the degree sign (0xB0), written in octal so that digits may follow it.
-  const std::tuple<const char*, int, bool, double, const char*> rows[] = {
-      {"degrees", 0, false, south, "12.5824414\xB0S"},
-      {"minutes", 1, false, south, "12\26034.94648'S"},
-      {"seconds", 2, false, south, "12\26034'56.789\"S"},
-      {"longitude seconds", 2, true, east, "123\26030'00.000\"E"},
-      {"radians", 3, true, 1.25, "1.250000000"},
-      {"semicircles", 4, true, std::numbers::pi / 2, "0.500000000"},
-      {"radians cut at 31 characters", 3, false, 1e30, "1000000000000000019884624838656"},
-      {"unknown format shows as format 2", 9, false, south, "12\26034'56.789\"S"},
-  };
-  test_numeric_server s;
-  const int lat = s.add("lat", numeric_type::latitude);
-  const int lon = s.add("lon", numeric_type::longitude);
-  for (const auto& [what, format, longitude, value, text] : rows) {
-    SCOPED_TRACE(what);
-    EXPECT_EQ(shown(s, geog_nmrc(s, longitude ? lon : lat, format), value), text);
-  }
-}
-
 }  // namespace
 }  // namespace kyo::test

@@ -45,19 +45,18 @@ struct line_probe : custom_output_string {
 
 TEST(custom_output, builds_lines_with_separators_between_entries) {
   servers s;
-  const std::tuple<const char*, std::vector<int>, signed char, bool, const char*> rows[] = {
-      {"an empty line gets no line break", {}, ' ', true, ""},
-      {"one entry has no separator", {1}, ',', true, "A\r\n"},
-      {"separators between entries only", {1, 2, 1}, ',', false, "A,12.50,A"},
-      {"separator 0 joins with nothing", {1, 2}, 0, false, "A12.50"},
-      {"an entry without value still costs its separator", {1, 4, 1}, ';', false, "A;;A"},
-      {"a line of entries without value is empty", {4}, ',', true, ""},
+  // The entries by their index in GPS, the separator and the line break, then the line.
+  const std::tuple<const char*, const char*, signed char, bool, const char*> rows[] = {
+      {"an empty line gets no line break", "", ' ', true, ""},
+      {"separators between entries only, the line break after", "121", ',', true, "A,12.50,A\r\n"},
+      {"separator 0 joins with nothing", "12", 0, false, "A12.50"},
+      {"an entry without value still costs its separator", "141", ';', false, "A;;A"},
   };
   for (const auto& [what, entries, separator, line_break, expected] : rows) {
     SCOPED_TRACE(what);
     custom_output c;
-    for (const int e : entries)
-      add(c, *s.gps, e);
+    for (const char* e = entries; *e != '\0'; ++e)
+      add(c, *s.gps, *e - '0');
     c.set_separator(separator);
     EXPECT_EQ(c.build_string(5, line_break), expected);
     EXPECT_EQ(line_probe("p", c).get_line(5), c.build_string(5, true));
@@ -91,13 +90,11 @@ TEST(custom_output, loads_what_the_tokenizer_finds_and_stops_at_the_first_fault)
       {"a missing section reads 0,,32: name 32, separator kept", "", "32#A"},
       {"an empty name shifts the separator into the name",
        "OutputNmrcsCount=1,,44\nOutNumeric0=GPS,1,\n", "44#A"},
-      {"the separator is cut to 8 bits", "OutputNmrcsCount=0,L,300\n", "L,A"},
       {"loading appends and stops at an unknown path",
        "OutputNmrcsCount=3,L, +59\nOutNumeric0=GPS,1\nOutNumeric1=GPS.No,1\nOutNumeric2=GPS,1\n",
        "L;A;A"},
       {"a count beyond the keys stops at the first missing one",
        "OutputNmrcsCount=9,L,59\nOutNumeric0=GPS.Aux,1\n", "L;A;B"},
-      {"an entry without its index stops", "OutputNmrcsCount=1,L,59\nOutNumeric0=GPS\n", "L;A"},
       {"an entry that makes no numeric stops",
        "OutputNmrcsCount=2,L,59\nOutNumeric0=GPS,6\nOutNumeric1=GPS,1\n", "L;A"},
       {"only the first field of the options reaches the numeric",

@@ -13,6 +13,7 @@
 #include "support/fake_clock.h"
 #include "support/recording_ui.h"
 #include "support/scoped_env.h"
+#include "support/stream_bytes.h"
 #include "support/temp_dir.h"
 #include "support/unprivileged.h"
 
@@ -24,36 +25,47 @@ namespace fs = std::filesystem;
 // 1 July 2024, 08:05:10 GMT: 09:05 summer time in London, day 183 of a leap year.
 class output_file_test : public testing::Test {
  protected:
+  int write(output& o, const std::string& bytes) {
+    return o.write(bytes.data(), static_cast<int>(bytes.size()));
+  }
+  // The size of a file and whether it holds `expected`, so that a failure does not print it.
+  std::string holds(const char* name, const std::string& expected) const {
+    const std::string bytes = dir_.read(name);
+    return std::to_string(bytes.size()) + (bytes == expected ? " as expected" : " others");
+  }
+
   scoped_env zone_{"TZ", "Europe/London"};
   fake_wall_clock wall_{fake_wall_clock::utc(2024, 7, 1, 8, 5, 10)};
   recording_ui ui_;
   temp_dir dir_;
-
-  std::string folder() const { return dir_.path().string(); }
-  int write(output& o, const std::string& bytes) {
-    return o.write(bytes.data(), static_cast<int>(bytes.size()));
-  }
-  // Compares a file with the bytes expected, reporting sizes only (the files are large).
-  testing::AssertionResult holds(const char* name, const std::string& expected) const {
-    const std::string bytes = dir_.read(name);
-    if (bytes == expected) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << name << " holds " << bytes.size() << " bytes, not the "
-                                       << expected.size() << " expected";
-  }
+  const std::string folder_ = dir_.path().string();
 };
 
-TEST_F(output_file_test, creates_its_file_at_the_first_write_named_by_local_time) {
-  output_file out(folder(), "txt");
-  EXPECT_EQ(out.get_name(), folder() + "\\*.txt");
+TEST_F(output_file_test, creates_its_file_at_the_first_write_and_rolls_over_whole_chunks) {
+  output_file out(folder_ + "\\", "log");
+  EXPECT_EQ(out.get_name(), folder_ + "\\*.log");
   EXPECT_EQ(write(out, "early"), 4);
   EXPECT_EQ(out.close(), 4);
   EXPECT_EQ(out.open(), 0);
   EXPECT_EQ(out.open(), 2);
   EXPECT_TRUE(fs::is_empty(dir_.path())) << "open creates nothing";
-  EXPECT_EQ(write(out, "one\r\n"), 0);
-  EXPECT_EQ(write(out, "two\r\n"), 0);
-  EXPECT_EQ(out.file_path(), folder() + "\\183-0905.txt");
-  EXPECT_EQ(dir_.read("183-0905.txt"), "one\r\ntwo\r\n") << "flushed with every chunk";
+  const std::string most(output_file::max_file_bytes - 10, 'a');
+  EXPECT_EQ(write(out, most), 0);
+  EXPECT_EQ(out.file_path(), folder_ + "\\183-0905.log");
+  EXPECT_EQ(dir_.read("183-0905.log").size(), most.size()) << "flushed with every chunk";
+  wall_.advance(std::chrono::minutes(1));
+  EXPECT_EQ(write(out, std::string(10, 'b')), 0) << "exactly at the limit stays";
+  EXPECT_EQ(write(out, "cc"), 0);
+  EXPECT_EQ(holds("183-0905.log", most + std::string(10, 'b')), "728576 as expected");
+  EXPECT_EQ(dir_.read("183-0906.log"), "cc");
+  // An oversized chunk goes whole into a file, which is replaced at the next chunk.
+  wall_.advance(std::chrono::minutes(1));
+  const std::string huge(output_file::max_file_bytes + 1, 'd');
+  EXPECT_EQ(write(out, huge), 0);
+  wall_.advance(std::chrono::minutes(1));
+  EXPECT_EQ(write(out, "e"), 0);
+  EXPECT_EQ(holds("183-0907.log", huge), "728577 as expected");
+  EXPECT_EQ(dir_.read("183-0908.log"), "e");
   EXPECT_EQ(out.close(), 0);
   EXPECT_EQ(out.file_path(), "");
   EXPECT_EQ(out.close(), 4);
@@ -61,31 +73,9 @@ TEST_F(output_file_test, creates_its_file_at_the_first_write_named_by_local_time
   EXPECT_TRUE(ui_.events().empty());
 }
 
-TEST_F(output_file_test, rolls_over_whole_chunks_past_the_size_limit) {
-  output_file out(folder() + "\\", "log");
-  ASSERT_EQ(out.open(), 0);
-  const std::string most(output_file::max_file_bytes - 10, 'a');
-  EXPECT_EQ(write(out, most), 0);
-  wall_.advance(std::chrono::minutes(1));
-  EXPECT_EQ(write(out, std::string(10, 'b')), 0) << "exactly at the limit stays";
-  EXPECT_EQ(write(out, "cc"), 0);
-  EXPECT_TRUE(holds("183-0905.log", most + std::string(10, 'b')));
-  EXPECT_TRUE(holds("183-0906.log", "cc"));
-
-  // An oversized chunk goes whole into a file, which is replaced at the next chunk.
-  wall_.advance(std::chrono::minutes(1));
-  const std::string huge(output_file::max_file_bytes + 1, 'd');
-  EXPECT_EQ(write(out, huge), 0);
-  wall_.advance(std::chrono::minutes(1));
-  EXPECT_EQ(write(out, "e"), 0);
-  EXPECT_TRUE(holds("183-0907.log", huge));
-  EXPECT_TRUE(holds("183-0908.log", "e"));
-  EXPECT_TRUE(ui_.events().empty());
-}
-
 TEST_F(output_file_test, asks_before_replacing_a_file_and_closes_on_no) {
   dir_.write("183-0905.txt", "kept");
-  output_file out(folder(), "txt");
+  output_file out(folder_, "txt");
   ui_.answer_questions(false);
   // The application's table answers text 10; the built-in text 11 fills in.
   set_host_strings([](unsigned long id) { return id == 10 ? std::string("Replace") : ""; });
@@ -94,11 +84,11 @@ TEST_F(output_file_test, asks_before_replacing_a_file_and_closes_on_no) {
   EXPECT_FALSE(out.is_open());
   EXPECT_EQ(write(out, "new"), 4);
   EXPECT_EQ(dir_.read("183-0905.txt"), "kept");
-  const ui_event asked{ui_event::kind::question,
-                       folder() + "\\183-0905.txt already exists. Overwrite it?", "Replace", 0};
   set_host_strings({});
-  EXPECT_EQ(ui_.events(), std::vector<ui_event>{asked});
-
+  EXPECT_EQ(ui_.events(),
+            (std::vector<ui_event>{{ui_event::kind::question,
+                                    folder_ + "\\183-0905.txt already exists. Overwrite it?",
+                                    "Replace"}}));
   ui_.answer_questions(true);
   ASSERT_EQ(out.open(), 0);
   EXPECT_EQ(write(out, "new"), 0);
@@ -108,7 +98,7 @@ TEST_F(output_file_test, asks_before_replacing_a_file_and_closes_on_no) {
 TEST_F(output_file_test, closes_on_a_failed_write_and_keeps_what_was_written) {
   // The replacement file's name leads to a full device.
   fs::create_symlink("/dev/full", dir_.path("183-0906.txt"));
-  output_file out(folder(), "txt");
+  output_file out(folder_, "txt");
   ASSERT_EQ(out.open(), 0);
   const std::string lines(output_file::max_file_bytes - 2, 'x');
   ASSERT_EQ(write(out, lines), 0);
@@ -116,7 +106,7 @@ TEST_F(output_file_test, closes_on_a_failed_write_and_keeps_what_was_written) {
   EXPECT_EQ(write(out, "yyy"), 5);
   EXPECT_FALSE(out.is_open());
   EXPECT_EQ(write(out, "z"), 4);
-  EXPECT_TRUE(holds("183-0905.txt", lines));
+  EXPECT_EQ(holds("183-0905.txt", lines), "728574 as expected");
 }
 
 TEST_F(output_file_test, cannot_create_a_file_in_a_read_only_folder) {
@@ -133,49 +123,31 @@ TEST_F(output_file_test, cannot_create_a_file_in_a_read_only_folder) {
   EXPECT_TRUE(fs::is_empty(locked));
 }
 
-TEST(output_file, adds_one_backslash_to_a_folder_and_renames_with_it) {
-  EXPECT_EQ(output_file::modified_dir(""), "");
-  EXPECT_EQ(output_file::modified_dir("C:\\KYO\\"), "C:\\KYO\\");
-  EXPECT_EQ(output_file::modified_dir("C:\\KYO"), "C:\\KYO\\");
-  output_file out("", nullptr);
-  EXPECT_EQ(out.get_name(), "*.");
-  out.set_dir("D:\\logs");
-  EXPECT_EQ(out.get_name(), "D:\\logs\\*.");
-  EXPECT_TRUE(out.is_dirty());
-}
+TEST(output_file, adds_one_backslash_to_a_folder_and_streams_folder_and_extension) {
+  EXPECT_EQ(output_file::modified_dir("") + "|" + output_file::modified_dir("C:\\KYO\\") + "|" +
+                output_file::modified_dir("C:\\KYO"),
+            "|C:\\KYO\\|C:\\KYO\\");
+  output_file renamed("", nullptr);
+  EXPECT_TRUE(renamed.get_name() == "*." && !renamed.is_dirty());
+  renamed.set_dir("D:\\logs");
+  EXPECT_TRUE(renamed.get_name() == "D:\\logs\\*." && renamed.is_dirty());
 
-TEST(output_file, streams_folder_and_extension_and_refuses_another_type) {
   output_file out("C:\\KYO\\", "txt");
-  std::stringstream bytes;
-  {
-    opstream os(bytes);
-    writePtr(os, static_cast<const output*>(&out));
-    ASSERT_TRUE(os.good());
-  }
-  std::string image = bytes.str();
-  {
-    std::stringstream in(image);
-    ipstream is(in);
-    output* back = nullptr;
-    readPtr(is, back);
-    ASSERT_TRUE(is.good()) << is.error();
-    auto* file = dynamic_cast<output_file*>(back);
-    ASSERT_NE(file, nullptr);
-    EXPECT_EQ(file->get_dir() + "|" + file->get_ext() + "|" + file->get_name(),
-              "C:\\KYO\\|txt|C:\\KYO\\*.txt");
-    EXPECT_TRUE(file->list_owned() && !file->is_open());
-    delete back;
-  }
-  // The type byte stands right after the server part's name ("C:\KYO\*.txt"), parent and count.
+  std::string image = written(static_cast<const output*>(&out));
+  std::unique_ptr<output> back(read_back<output>(image));
+  auto* file = dynamic_cast<output_file*>(back.get());
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(file->get_dir() + "|" + file->get_ext() + "|" + file->get_name(),
+            "C:\\KYO\\|txt|C:\\KYO\\*.txt");
+  EXPECT_TRUE(file->list_owned() && !file->is_open());
+  // The type byte stands right after the server part's name ("C:\KYO\*.txt"), parent and count;
+  // another type is refused.
   const std::size_t type_at = image.find("*.txt") + 5 + 1 + 4;
   ASSERT_EQ(image[type_at], '\0');
   image[type_at] = '\2';
-  std::stringstream in(image);
-  ipstream is(in);
-  output* back = nullptr;
-  readPtr(is, back);
-  EXPECT_TRUE(is.bad());
-  EXPECT_EQ(back, nullptr);
+  std::string error;
+  EXPECT_EQ(read_back<output>(image, &error), nullptr);
+  EXPECT_FALSE(error.empty());
 }
 
 }  // namespace

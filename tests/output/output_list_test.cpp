@@ -15,6 +15,7 @@
 
 #include "support/fake_clock.h"
 #include "support/recording_client.h"
+#include "support/stream_bytes.h"
 #include "support/temp_dir.h"
 
 namespace kyo::test {
@@ -46,38 +47,34 @@ TEST(output_list, tells_additions_and_removals_and_drops_outputs_that_die) {
   recording_client watcher;
   list.attach_client(watcher);
   auto* a = new output_file("A", "txt");
-  output_file b("B", "txt"), c("C", "txt");
-  EXPECT_TRUE(list.add_at(*a, 0));
-  EXPECT_TRUE(list.add_at(b, 1));
-  EXPECT_TRUE(list.add_at(c, 1));
-  EXPECT_FALSE(list.add_at(c, 0)) << "already listed";
-  output_file d("D", "txt");
-  EXPECT_FALSE(list.add_at(d, 4));
+  output_file b("B", "txt"), c("C", "txt"), d("D", "txt");
+  EXPECT_TRUE(list.add_at(*a, 0) && list.add_at(b, 1) && list.add_at(c, 1));
+  EXPECT_FALSE(list.add_at(c, 0) || list.add_at(d, 4)) << "already listed, out of range";
   list.set_dirty(false);
   delete a;
   EXPECT_TRUE(list.is_dirty());
   list.set_dirty(false);
-  EXPECT_TRUE(list.remove(1));
-  EXPECT_FALSE(list.remove(1));
+  EXPECT_TRUE(list.remove(1) && !list.remove(1));
   EXPECT_FALSE(list.is_dirty()) << "remove leaves the dirty flag";
-  EXPECT_EQ(list.count(), 1);
-  EXPECT_EQ(list.at(0), &c);
-  EXPECT_EQ(watcher.codes(), (std::vector<int>{431, 431, 431, 432, 432}));
-  const auto told = watcher.received();
-  EXPECT_EQ(told[2].arg, 1);
-  EXPECT_EQ(told[3].arg, 0) << "the former index of the output that died";
-  EXPECT_EQ(told[4].arg, 1);
-  b.notify_clients(777, 5, false);
-  EXPECT_EQ(watcher.count(), 5u) << "b is no longer watched";
-  c.notify_clients(777, 5, false);
-  EXPECT_EQ(watcher.received().back(), (notification{&list, 777, 5}));
+  EXPECT_TRUE(list.count() == 1 && list.at(0) == &c);
+  b.notify_clients(777, 5, false);  // b is no longer watched
+  c.notify_clients(777, 6, false);
+  std::string told;  // the former index of the output that died with 432
+  for (const notification& n : watcher.received())
+    told += std::to_string(n.code) + ":" + std::to_string(n.arg) + " ";
+  EXPECT_EQ(told, "431:0 431:1 431:1 432:0 432:1 777:6 ");
+  EXPECT_TRUE(list.remove(0) && list.count() == 0);
 }
 
-/// An output of the application's own kinds (types 1 and 3).
+/// An output of the application's own kinds (types 1 and 3) that counts the bytes written to it.
 class app_output : public output {
  public:
   explicit app_output(int type) : server(nullptr, "app"), output(static_cast<output_type>(type)) {}
-  int write(const char*, int) override { return 0; }
+  int write(const char*, int length) override {
+    bytes += length;
+    return 0;
+  }
+  std::atomic<long> bytes{0};
 };
 
 TEST(output_list, deletes_file_outputs_at_its_end_and_leaves_printer_outputs_alive) {
@@ -105,7 +102,7 @@ TEST(output_list, deletes_file_outputs_at_its_end_and_leaves_printer_outputs_ali
   EXPECT_FALSE(kept.list_owned() || kind3.list_owned());
 }
 
-TEST(output_string, switches_on_only_while_enabled_and_writes_non_empty_lines) {
+TEST(output_string, switches_on_only_while_enabled_writes_non_empty_lines_and_streams) {
   temp_dir dir;
   fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
   line_string s("Fixes");
@@ -134,45 +131,22 @@ TEST(output_string, switches_on_only_while_enabled_and_writes_non_empty_lines) {
   copy = s;
   EXPECT_EQ(copy.name() + (copy.is_enabled() ? "+" : "-"), "Fixes-");
   EXPECT_EQ(copy.outputs().count(), 0);
-}
-
-TEST(output_string, streams_enabled_and_owned_outputs_and_comes_back_inactive) {
+  // The stream form keeps the enabled flag and the owned outputs only; it comes back inactive.
   printer p(streamable_init);
   output_printer printer_output(p, "doc");
-  line_string s("Fixes");
-  s.outputs().add_at(*new output_file("C:\\A", "txt"), 0);
   s.outputs().add_at(printer_output, 1);
   s.outputs().add_at(*new output_file("C:\\B", "log"), 2);
   s.set_enabled(true, true);
-  std::stringstream bytes;
-  {
-    opstream os(bytes);
-    writePtr(os, static_cast<const output_string*>(&s));
-    ASSERT_TRUE(os.good()) << os.error();
-  }
-  ipstream is(bytes);
-  output_string* back = nullptr;
-  readPtr(is, back);
-  ASSERT_TRUE(is.good()) << is.error();
-  ASSERT_NE(back, nullptr);
+  std::string error;
+  std::unique_ptr<output_string> back(
+      read_back<output_string>(written(static_cast<const output_string*>(&s)), &error));
+  ASSERT_NE(back, nullptr) << error;
   EXPECT_TRUE(back->is_enabled() && !back->is_active() && back->name().empty());
   ASSERT_EQ(back->outputs().count(), 2);
   EXPECT_EQ(back->outputs().at(0)->get_name() + " " + back->outputs().at(1)->get_name(),
-            "C:\\A\\*.txt C:\\B\\*.log");
-  EXPECT_EQ(back->outputs().get_parent(), back);
-  delete back;
+            dir.path().string() + "\\*.txt C:\\B\\*.log");
+  EXPECT_EQ(back->outputs().get_parent(), back.get());
 }
-
-/// Counts the bytes written to it; an output of the application's own kind.
-class counting_output : public output {
- public:
-  counting_output() : server(nullptr, "counter"), output(static_cast<output_type>(1)) {}
-  int write(const char*, int length) override {
-    bytes += length;
-    return 0;
-  }
-  std::atomic<long> bytes{0};
-};
 
 // One thread writes lines through an output string while another adds and removes an output of
 // its list: every line reaches the output that stays, whole (run under the thread sanitizer).
@@ -180,7 +154,7 @@ TEST(output_list_threads, lines_are_written_while_the_list_changes) {
   constexpr int rounds = 20000;
   line_string s("lines");
   s.line = "x";
-  counting_output stays, comes_and_goes;
+  app_output stays(1), comes_and_goes(1);
   s.outputs().add_at(stays, 0);
   std::thread writer([&] {
     for (int i = 0; i < rounds; ++i)

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "support/fake_clock.h"
+#include "support/stream_bytes.h"
 #include "support/temp_dir.h"
 
 namespace kyo::test {
@@ -22,9 +23,11 @@ std::string data_of(const print_manager& pm) {
   return std::to_string(t.printer_on) + std::to_string(t.file_on) + " " + t.folder;
 }
 
-TEST(print_manager, keeps_one_file_output_per_folder_and_remembers_the_folder) {
+TEST(print_manager, keeps_one_file_output_per_folder_and_prints_announced_log_messages) {
   temp_dir dir;
   fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
+  fake_tick tick(5000);
+  time_manager::reset();
   print_manager pm(nullptr);
   const std::string folder = dir.path().string();
   pm.set_file(&folder);
@@ -35,25 +38,25 @@ TEST(print_manager, keeps_one_file_output_per_folder_and_remembers_the_folder) {
   pm.set_file(&folder);
   EXPECT_EQ(pm.get_file_output(), file) << "the same folder keeps the output";
   EXPECT_FALSE(pm.is_dirty());
-
+  message_handler log;
+  log.set_print_mgr(&pm);
   pm.write("early\r\n", 7);
   pm.activate(true);
   EXPECT_TRUE(file->is_open());
-  pm.write("one\r\n", 5);
+  log.add_message("Alarm Depth Red 12.5m", message_handler::keep | message_handler::announce);
+  log.add_message("kept only", message_handler::keep);
   pm.activate(false);
   EXPECT_FALSE(file->is_open());
   pm.write("late\r\n", 6);
-  EXPECT_EQ(dir.read("002-0304.txt"), "one\r\n");
+  EXPECT_EQ(dir.read("002-0304.txt"), "2-Jan-2024 03:04:05  Alarm Depth Red 12.5m\r\n");
   EXPECT_EQ(data_of(pm), "01 " + folder);
-
+  log.set_print_mgr(nullptr);
   pm.set_file(nullptr);
-  EXPECT_EQ(pm.get_file_output(), nullptr);
-  EXPECT_EQ(pm.outputs().count(), 0);
+  EXPECT_TRUE(pm.get_file_output() == nullptr && pm.outputs().count() == 0 && pm.is_dirty());
   EXPECT_EQ(data_of(pm), "00 " + folder);
-  EXPECT_TRUE(pm.is_dirty());
 }
 
-TEST(print_manager, switches_printing_only_when_forced_or_on) {
+TEST(print_manager, switches_printing_only_when_forced_and_streams_its_settings) {
   print_manager pm(nullptr);
   printer unnamed(streamable_init);
   pm.set_printer(&unnamed, false);
@@ -61,49 +64,15 @@ TEST(print_manager, switches_printing_only_when_forced_or_on) {
   pm.set_printer(&unnamed, true);
   EXPECT_TRUE(pm.is_printer_on());
   EXPECT_EQ(pm.get_printer_output(), nullptr) << "no driver name: no output";
-  pm.set_printer(nullptr, false);
-  EXPECT_FALSE(pm.is_printer_on());
-  EXPECT_EQ(data_of(pm), "00 ");
-}
-
-TEST(print_manager, streams_the_switch_the_file_output_and_the_folder) {
-  print_manager pm(nullptr);
   const std::string folder = "C:\\KYO\\logs";
   pm.set_file(&folder);
-  printer unnamed(streamable_init);
-  pm.set_printer(&unnamed, true);
-  std::stringstream bytes;
-  {
-    opstream os(bytes);
-    writePtr(os, &pm);
-    ASSERT_TRUE(os.good()) << os.error();
-  }
-  ipstream is(bytes);
-  print_manager* back = nullptr;
-  readPtr(is, back);
-  ASSERT_TRUE(is.good()) << is.error();
+  std::unique_ptr<print_manager> back(read_back<print_manager>(written(&pm)));
   ASSERT_NE(back, nullptr);
   EXPECT_EQ(data_of(*back), "11 " + folder);
-  EXPECT_EQ(back->outputs().count(), 1);
-  EXPECT_EQ(back->outputs().at(0), back->get_file_output());
-  delete back;
-}
-
-TEST(print_manager, prints_announced_log_messages_with_their_stamp) {
-  temp_dir dir;
-  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
-  fake_tick tick(5000);
-  time_manager::reset();
-  print_manager pm(nullptr);
-  const std::string folder = dir.path().string();
-  pm.set_file(&folder);
-  pm.activate(true);
-  message_handler log;
-  log.set_print_mgr(&pm);
-  log.add_message("Alarm Depth Red 12.5m", message_handler::keep | message_handler::announce);
-  log.add_message("kept only", message_handler::keep);
-  log.set_print_mgr(nullptr);
-  EXPECT_EQ(dir.read("002-0304.txt"), "2-Jan-2024 03:04:05  Alarm Depth Red 12.5m\r\n");
+  EXPECT_TRUE(back->outputs().count() == 1 && back->outputs().at(0) == back->get_file_output());
+  pm.set_printer(nullptr, false);
+  EXPECT_FALSE(pm.is_printer_on());
+  EXPECT_EQ(data_of(pm), "01 " + folder);
 }
 
 }  // namespace

@@ -1,12 +1,53 @@
 // Building blocks of hand-made object streams, after the byte format of docs/object-stream.md:
 // little-endian words, strings, data segments, object records, references and nulls. Tests use
-// them to write exact expected bytes and to describe damaged or impossible streams.
+// them to write exact expected bytes and to describe damaged or impossible streams; `written` and
+// `read_back` take objects to bytes and back.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <bit>
 #include <cstdint>
+#include <sstream>
 #include <string>
 #include <string_view>
+
+#include <kyo/core/object_stream.h>
+
+namespace kyo::test {
+
+/// The objects written as pointers to one stream, in order.
+template <class... T>
+std::string written(const T*... objects) {
+  std::ostringstream out;
+  opstream os(out);
+  (writePtr(os, objects), ...);
+  EXPECT_TRUE(os.good()) << os.error();
+  return out.str();
+}
+
+/// The object of class T read from `bytes`; null, with the stream's reason in `error`, when the
+/// read fails.
+template <class T>
+T* read_back(const std::string& bytes, std::string* error = nullptr) {
+  std::istringstream in(bytes);
+  ipstream is(in);
+  T* object = nullptr;
+  readPtr(is, object);
+  if (error != nullptr) *error = is.error();
+  EXPECT_EQ(object == nullptr, is.fail()) << is.error();
+  return object;
+}
+
+/// The root of the tree that `node` belongs to.
+template <class T>
+T* root_of(T* node) {
+  while (node->get_parent() != nullptr)
+    node = node->get_parent();
+  return node;
+}
+
+}  // namespace kyo::test
 
 namespace kyo::test::bytes {
 

@@ -10,32 +10,12 @@
 
 namespace kyo::test {
 
-namespace {
-
-// A readable name that says which test left a folder behind after a crash.
-std::string folder_stem() {
-  std::string stem = "kyo-";
-  if (const testing::TestInfo* info = testing::UnitTest::GetInstance()->current_test_info()) {
-    stem += info->test_suite_name();
-    stem += '.';
-    stem += info->name();
-  } else {
-    stem += "test";
-  }
-  for (char& c : stem) {
-    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                       c == '-' || c == '.' || c == '_';
-    if (!plain) c = '_';
-  }
-  if (stem.size() > 80) stem.resize(80);
-  return stem;
-}
-
-}  // namespace
-
 temp_dir::temp_dir() {
+  // Named after the test, so that a folder left behind by a crash says where it came from.
+  const testing::TestInfo* info = testing::UnitTest::GetInstance()->current_test_info();
+  std::string stem = info != nullptr ? std::string(info->name()).substr(0, 60) : "test";
   std::string pattern =
-      (std::filesystem::temp_directory_path() / (folder_stem() + "-XXXXXX")).string();
+      (std::filesystem::temp_directory_path() / ("kyo-" + stem + "-XXXXXX")).string();
   if (::mkdtemp(pattern.data()) == nullptr) {
     ADD_FAILURE() << "cannot create a temporary folder from " << pattern;
     throw std::runtime_error("cannot create a temporary folder");

@@ -38,7 +38,6 @@ TEST(timedate_format, fields) {
       {"month names", t, "%N %1N %2N %3N", "November Nov NOVEMBER NOV"},
       {"day names", t, "%n %1n %2n %3n %0n", "Saturday Sat SATURDAY SAT Saturday"},
       {"other letters print 0", t, "[%5x|%.2q|%-3Z]", "[    0|0.00|0  ]"},
-      {"percent and plain text", t, "100%% at %Hh", "100% at 15h"},
       {"floating conversion of a whole field", t, "%4.1Y", "2026.0"},
       {"before 1901", -1, "%d-%1N-%Y %02H:%02M:%02S", "31-Dec-1900 23:59:59"},
       {"rounding up to 1901", -0.3, "%d-%1N-%Y %02H:%02M:%02S", "1-Jan-1901 00:00:00"},
@@ -51,12 +50,10 @@ TEST(timedate_format, fields) {
 // The finest time directive rounds the value once before any field is taken.
 TEST(timedate_format, rounds_once_before_splitting) {
   const row rows[] = {
-      {"into minutes and hours", at(2024, 5, 10, 10, 59, 59.7), "%02H:%02M:%02S", "11:00:00"},
       {"into the next day, month and year", at(2026, 12, 31, 23, 59, 59.7),
        "%d-%1N-%Y %02H:%02M:%02S", "1-Jan-2027 00:00:00"},
       {"milliseconds", at(2024, 5, 10, 10, 59, 59.9996), "%02H:%02M:%06.3S", "11:00:00.000"},
       {"minutes round half away", at(2024, 5, 10, 10, 59, 30), "%02H:%02M", "11:00"},
-      {"tenths of an hour down", at(2024, 5, 10, 10, 56, 59), "%.1H", "10.0"},
       {"tenths of an hour half up", at(2024, 5, 10, 10, 57), "%.1H", "11.0"},
       {"a finer directive overrules", at(2024, 5, 10, 10, 57), "%.1H %02M", "10.0 57"},
       {"hour alone rounds half past up", at(2024, 5, 10, 12, 30), "%h %a", "1 pm"},
@@ -142,7 +139,6 @@ TEST(timedate_format, hostile_formats_and_values_are_harmless) {
       {"percent and digits at the end", t, "%02H %05", "15 %05"},
       {"a star width, two points", t, "%*d%1.2.3H", "%*d%1.2.3H"},
       {"a width above the cap", t, "%999d", "%999d"},
-      {"a stray percent inside", t, "%5%d", "%5%d"},
       {"NaN reads as 0", NAN, "%d-%1N-%Y %02H:%02M:%06.3S", "1-Jan-1901 00:00:00.000"},
   };
   check_rows(rows);

