@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <numbers>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -53,7 +52,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr double earth_radius_m = 6371008.8;
-constexpr double rad_to_deg = 180 / std::numbers::pi;
 constexpr const char* section = "Replay";
 
 std::atomic<bool> interrupted{false};

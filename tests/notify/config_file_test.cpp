@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "support/recording_ui.h"
+#include "support/stream_bytes.h"
 #include "support/temp_dir.h"
 #include "support/unprivileged.h"
 
@@ -30,11 +31,7 @@ struct config_file_test : ::testing::Test {
   recording_ui ui;
 };
 
-/// The header of a file of kind `type` and version `version` (zero-padded to 8 bytes).
-std::string header(const std::string& type, std::string version) {
-  version.resize(8, '\0');
-  return type + '\0' + version + '\x1A';
-}
+const auto header = bytes::config_header;
 
 std::unique_ptr<server> next_server(ipstream& in) {
   server* s = nullptr;

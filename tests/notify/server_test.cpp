@@ -16,20 +16,30 @@
 namespace kyo::test {
 namespace {
 
-/// A server that writes its parent notifications and its destruction to a journal.
-class probe_server : public server {
- public:
-  probe_server(server* parent, const std::string& name, notification_journal& journal)
-      : server(parent, name), journal_(journal) {}
-  ~probe_server() override { journal_.add("deleted " + get_name(), 0); }
+/// Who was told what, in order: "who:code".
+using journal = std::vector<std::string>;
 
+/// A client that also writes "label:code" to a journal.
+struct labelled_client : recording_client {
+  labelled_client(std::string l, journal& j) : label(std::move(l)), log(j) {}
+  void notify(server& source, int code, long arg) override {
+    log.push_back(label + ":" + std::to_string(code));
+    recording_client::notify(source, code, arg);
+  }
+  std::string label;
+  journal& log;
+};
+
+/// A server that writes its parent notifications and its destruction to a journal.
+struct probe_server : server {
+  probe_server(server* parent, const std::string& name, journal& j)
+      : server(parent, name), log(j) {}
+  ~probe_server() override { log.push_back("deleted " + get_name()); }
   void parent_notify(server& source, int code, long arg) override {
-    journal_.add(get_name() + " told by " + source.get_name(), code);
+    log.push_back(get_name() + " told by " + source.get_name() + ":" + std::to_string(code));
     server::parent_notify(source, code, arg);
   }
-
- private:
-  notification_journal& journal_;
+  journal& log;
 };
 
 std::string child_names(const server& s) {
@@ -40,9 +50,8 @@ std::string child_names(const server& s) {
 }
 
 TEST(server, slots_are_reused_and_may_change_while_clients_are_told) {
-  notification_journal journal;
-  recording_client a("a", journal), b("b", journal), c("c", journal), d("d", journal),
-      e("e", journal);
+  journal log;
+  labelled_client a("a", log), b("b", log), c("c", log), d("d", log), e("e", log);
   server s(nullptr, "s");
   for (client* each : {&a, &b, &c, &a})
     s.attach_client(*each);
@@ -52,7 +61,7 @@ TEST(server, slots_are_reused_and_may_change_while_clients_are_told) {
   s.attach_client(d);  // takes slot 0, before c
   EXPECT_EQ(s.client_slots(), 3u);
   s.notify_clients(7, 0, false);
-  EXPECT_EQ(journal.entries(), (std::vector<std::string>{"d:7", "c:7"}));
+  EXPECT_EQ(log, (journal{"d:7", "c:7"}));
   // d calls back (the lock is re-entrant), lets c go and takes three clients: a and b into the
   // empty slots, told in this round; e appended, told from the next round on.
   d.on_notify([&](server& src, int, long) {
@@ -60,37 +69,34 @@ TEST(server, slots_are_reused_and_may_change_while_clients_are_told) {
     for (client* each : {&a, &b, &e})
       src.attach_client(*each);
   });
-  journal.clear();
+  log.clear();
   s.notify_clients(1, 0, false);
   d.on_notify([](server&, int, long) {});
   s.notify_clients(2, 0, false);
-  EXPECT_EQ(journal.entries(),
-            (std::vector<std::string>{"d:1", "a:1", "b:1", "d:2", "a:2", "b:2", "e:2"}));
+  EXPECT_EQ(log, (journal{"d:1", "a:1", "b:1", "d:2", "a:2", "b:2", "e:2"}));
 }
 
 TEST(server, tells_the_parent_first_deletes_children_last_first_and_refuses_loops) {
-  notification_journal journal;
-  auto* top = new probe_server(nullptr, "top", journal);
-  auto* mid = new probe_server(top, "mid", journal);
+  journal log;
+  auto* top = new probe_server(nullptr, "top", log);
+  auto* mid = new probe_server(top, "mid", log);
   auto* leaf = new server(mid, "leaf");
-  new probe_server(top, "c", journal);
-  recording_client watcher("client", journal);
+  new probe_server(top, "c", log);
+  labelled_client watcher("client", log);
   leaf->attach_client(watcher);
   leaf->notify_clients(5, 99, false);
   leaf->notify_clients(6, 99, true);
   // Each step up names the server it came from.
-  EXPECT_EQ(journal.entries(), (std::vector<std::string>{"client:5", "mid told by leaf:6",
-                                                         "top told by mid:6", "client:6"}));
+  EXPECT_EQ(log, (journal{"client:5", "mid told by leaf:6", "top told by mid:6", "client:6"}));
   EXPECT_EQ(watcher.received().back(), (notification{leaf, 6, 99}));
-  new probe_server(top, "a", journal);
+  new probe_server(top, "a", log);
   EXPECT_TRUE(mid->set_parent(top)) << "the same parent again keeps the place";
   EXPECT_FALSE(mid->set_parent(mid) || mid->set_parent(leaf));
   EXPECT_EQ(child_names(*top), "mid;c;a;");
   delete mid;  // on its own, with its child
-  journal.clear();
+  log.clear();
   delete top;
-  EXPECT_EQ(journal.entries(),
-            (std::vector<std::string>{"deleted top:0", "deleted a:0", "deleted c:0"}));
+  EXPECT_EQ(log, (journal{"deleted top", "deleted a", "deleted c"}));
 }
 
 TEST(server, copy_takes_the_name_only_and_assignment_keeps_the_links) {

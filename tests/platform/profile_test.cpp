@@ -250,7 +250,7 @@ TEST_F(profile_test, writes_obey_the_file_permission_and_keep_what_they_cannot_r
     ASSERT_EQ(::chmod(file(path).c_str(), file_mode), 0);
     ASSERT_EQ(::chmod(file(folder).c_str(), folder_mode), 0);
     ASSERT_EQ(::stat(file(path).c_str(), &before), 0);
-    kyo::test::as_unprivileged([&] {
+    kyo::test::as_unprivileged([&, limited = limited, ok = ok, folder_mode = folder_mode] {
       const rlimit limit{static_cast<rlim_t>(before.st_size), static_cast<rlim_t>(before.st_size)};
       std::signal(SIGXFSZ, SIG_IGN);
       ASSERT_TRUE(!limited || ::setrlimit(RLIMIT_FSIZE, &limit) == 0);

@@ -53,9 +53,6 @@ class test_numeric_server : public numeric_server {
   /// The entry itself; throws std::out_of_range for an index without an entry.
   entry& at(int index);
 
-  /// How many value queries were answered (with any status).
-  [[nodiscard]] long queries() const noexcept { return queries_; }
-
   int entry_count() const override { return static_cast<int>(entries_.size()); }
   void describe(int index, nmrc_info& info) const override;
   std::string entry_name(int index) const override;
@@ -68,7 +65,6 @@ class test_numeric_server : public numeric_server {
   const entry* find(int index) const;
 
   std::vector<entry> entries_;
-  mutable long queries_ = 0;
 };
 
 }  // namespace kyo::test
