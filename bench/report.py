@@ -16,7 +16,10 @@ def medians(files):
     times, goals, context = {}, {}, None
     for name in files:
         with open(name, encoding="utf-8") as f:
-            data = json.load(f)
+            text = f.read()
+        if not text.strip():  # a program none of whose benchmarks matched the filter
+            continue
+        data = json.loads(text)
         context = context or data.get("context", {})
         for b in data.get("benchmarks", []):
             if b.get("error_occurred"):

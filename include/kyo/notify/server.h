@@ -4,11 +4,9 @@
 // Every server carries one recursive lock (`server_lock`, a virtual base).
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <unordered_set>
 #include <vector>
 
@@ -53,56 +51,12 @@ class KYO_EXPORT client {
   client& operator=(const client&) = default;
 };
 
-/// A re-entrant lock: the thread that holds it may take it again, and releases it when it has
-/// unlocked it as often. Costs what a plain mutex costs when uncontended (a notification takes
-/// one for every server it passes).
-class KYO_EXPORT recursive_lock {
- public:
-  recursive_lock() = default;
-  recursive_lock(const recursive_lock&) = delete;
-  recursive_lock& operator=(const recursive_lock&) = delete;
-
-  void lock() {
-    const std::thread::id self = std::this_thread::get_id();
-    // Only the holder ever stores its own id, so seeing it means this thread holds the lock.
-    if (owner_.load(std::memory_order_relaxed) == self) {
-      ++depth_;
-      return;
-    }
-    mutex_.lock();
-    owner_.store(self, std::memory_order_relaxed);
-    depth_ = 1;
-  }
-  bool try_lock() {
-    const std::thread::id self = std::this_thread::get_id();
-    if (owner_.load(std::memory_order_relaxed) == self) {
-      ++depth_;
-      return true;
-    }
-    if (!mutex_.try_lock()) return false;
-    owner_.store(self, std::memory_order_relaxed);
-    depth_ = 1;
-    return true;
-  }
-  /// Called only by the holding thread.
-  void unlock() {
-    if (--depth_ != 0) return;
-    owner_.store(std::thread::id(), std::memory_order_relaxed);
-    mutex_.unlock();
-  }
-
- private:
-  std::mutex mutex_;
-  std::atomic<std::thread::id> owner_{};
-  unsigned depth_ = 0;  // touched by the holder only
-};
-
 /// The recursive lock of one object. A virtual base of `server`, so that an object that
 /// reaches `server` along several paths has a single lock; a copy gets a lock of its own.
 class KYO_EXPORT server_lock {
  public:
   /// The lock itself, for classes that must hold it over several operations.
-  recursive_lock& lock() const noexcept { return mutex_; }
+  std::recursive_mutex& lock() const noexcept { return mutex_; }
 
  protected:
   server_lock() = default;
@@ -111,7 +65,7 @@ class KYO_EXPORT server_lock {
   ~server_lock() = default;
 
  private:
-  mutable recursive_lock mutex_;
+  mutable std::recursive_mutex mutex_;
 };
 
 /// A named notification source in a tree of servers. The parent owns its children and
@@ -202,7 +156,7 @@ class KYO_EXPORT server : public virtual streamable, protected virtual server_lo
   friend class detail::tree_reader<server>;
   friend class server_list;
 
-  [[nodiscard]] std::lock_guard<recursive_lock> links_guard() const {
+  [[nodiscard]] std::lock_guard<std::recursive_mutex> links_guard() const {
     return std::lock_guard(lock());
   }
 
