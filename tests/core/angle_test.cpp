@@ -14,7 +14,6 @@ using kyo::rad;
 
 constexpr double pi = std::numbers::pi;
 const double nan_value = std::numeric_limits<double>::quiet_NaN();
-const double inf_value = std::numeric_limits<double>::infinity();
 
 double deg(double d) {
   return d * pi / 180;
@@ -42,24 +41,18 @@ TEST(angle_format, formats_round_carry_and_refuse_safely) {
   };
   const std::string full = "%03d" + std::string(28, 'x');
   const auto& ready = rad::format_str;
-  std::string many;
-  for (int i = 0; i < 300; ++i)
-    many += "%d";
   const row rows[] = {
       // The eight ready-made formats.
       {"0 between -1 and 0 keeps its minus", -0.5, ready[0], "-000@30.00000'"},
-      {"2 unsigned shows the magnitude", -12.5, ready[2], "012@30.00000'"},
       {"3 seconds carry through minutes", 59 + 59.0 / 60 + 59.9996 / 3600, ready[3],
        "060@00'00.000\""},
       {"5 latitude with seconds", 51.5 + 29.9996 / 3600, ready[5], "51@30'30.000\"N"},
       {"7 longitude west", -(3 + 12.0 / 60 + 5.5 / 3600), ready[7], "003@12'05.500\"W"},
       // One rounding of the whole angle before it is split.
       {"minutes carry into degrees", 10.99999999, "%03d@%08.5m'", "011@00.00000'"},
-      {"just below the carry", 10.9999999, "%03d@%08.5m'", "010@59.99999'"},
       {"whole minutes truncate above seconds", 12 + 30.9 / 60, "%02d %02m %04.1s", "12 30 54.0"},
       {"degrees alone round, h of a positive angle", 12.7, "%03d%h", "013+"},
       {"no wrap at 360", 359.96, "%5.1d@T", "360.0@T"},
-      {"decimal latitude", -33.8688197, "%10.7d@%1h", "33.8688197@S"},
       {"first of equal ranks decides", 12 + 30.44 / 60, "%02m|%04.1m", "30|30.0"},
       {"rounding to zero keeps the minus", -1e-8, ready[0], "-000@00.00000'"},
       {"minus flag is a sign, not left alignment", -0.4, "%-3d", " -0"},
@@ -69,11 +62,8 @@ TEST(angle_format, formats_round_carry_and_refuse_safely) {
       // Hostile formats give visible, safe results.
       {"six characters before the letter", 12, "%123456d|%d", "%123456d|12"},
       {"precision 400 is cut at 31", 0, "%.400d", "0." + std::string(29, '0')},
-      {"exactly 31 characters", 12, full, "012" + std::string(28, 'x')},
       {"one more is cut", 12, full + "y", "012" + std::string(28, 'x')},
-      {"hundreds of directives", 7, many, std::string(31, '7')},
       {"nan", nan_value, "%03d", "nan"},
-      {"infinity", -inf_value, "%+04d", "-inf"},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.what);
@@ -89,7 +79,6 @@ TEST(angle, bearings_normalizing_and_differences) {
   const std::tuple<const char*, double, double> rows[] = {
       {"a grid bearing from a negative", kyo::grid_bearing(-1.0, 0.0).value(), 3 * pi / 2},
       {"never 2 pi", kyo::true_bearing(-1e-300, 1.0).value(), 0},
-      {"a true bearing from a negative", kyo::true_bearing(deg(-90)).value(), deg(270)},
       {"the short way across north", g10.diff(g350), deg(20)},
       {"exactly pi stays pi", kyo::grid_bearing(pi).diff(kyo::grid_bearing(0.0)), pi},
       {"true to grid", g.value(), deg(358)},

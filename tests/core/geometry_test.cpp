@@ -8,6 +8,8 @@
 
 #include <kyo/core/object_stream.h>
 
+#include "support/stream_bytes.h"
+
 namespace {
 
 using kyo::dline;
@@ -108,18 +110,13 @@ TEST(alignment, offset_places_the_reference_point) {
 }
 
 TEST(geometry_stream, rectangles_and_ellipses_are_raw_little_endian_doubles) {
-  std::ostringstream bytes;
-  {
-    kyo::opstream out(bytes);
-    out << drect{1, 2, 3, -4} << kyo::dellipse{0.5, 0.25, 2};
-  }
+  using namespace kyo::test::bytes;
+  std::stringstream bytes;
+  kyo::opstream out(bytes);
+  out << drect{1, 2, 3, -4} << kyo::dellipse{0.5, 0.25, 2};
   const std::string s = bytes.str();
-  ASSERT_EQ(s.size(), 56u);
-  EXPECT_EQ(s.substr(0, 8), std::string("\0\0\0\0\0\0\xF0\x3F", 8)) << "1.0";
-  EXPECT_EQ(s.substr(24, 8), std::string("\0\0\0\0\0\0\x10\xC0", 8)) << "-4.0";
-  EXPECT_EQ(s.substr(48, 8), std::string("\0\0\0\0\0\0\0\x40", 8)) << "2.0";
-  std::istringstream in_bytes(s);
-  kyo::ipstream in(in_bytes);
+  EXPECT_EQ(s, f64(1) + f64(2) + f64(3) + f64(-4) + f64(0.5) + f64(0.25) + f64(2));
+  kyo::ipstream in(bytes);
   drect r;
   kyo::dellipse e;
   in >> r >> e;
@@ -128,8 +125,7 @@ TEST(geometry_stream, rectangles_and_ellipses_are_raw_little_endian_doubles) {
   kyo::ipstream truncated(short_bytes);
   drect kept{9, 9, 9, 9};
   truncated >> kept;
-  EXPECT_TRUE(truncated.fail());
-  EXPECT_EQ(kept, (drect{9, 9, 9, 9})) << "a failed read leaves the value";
+  EXPECT_TRUE(truncated.fail() && kept == (drect{9, 9, 9, 9})) << "a failed read keeps the value";
 }
 
 }  // namespace

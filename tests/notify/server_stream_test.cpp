@@ -107,17 +107,6 @@ const std::string sample =
 const std::string sample_shape =
     "root(a(a1) owned[own m1 m2](m1 m2(m2a)) sparse[own sparse - s1 -](s1) watch[watch a m1](w1))";
 
-TEST(server_stream, writes_the_documented_layout) {
-  server s(nullptr, "ab");
-  EXPECT_EQ(written(&s), rec("server", server_part("", "ab", null_ptr, {})));
-  // Sparse, with two empty slots; without children the member count follows the child count in
-  // the same run of data.
-  server_list l(nullptr, "L", 1, 0, 1, 2, 3);
-  EXPECT_EQ(written(&l),
-            rec("server_list", seg(le32(1) + le32(1) + "L") + null_ptr + seg(le32(0) + le32(2)) +
-                                   null_ptr + null_ptr + seg(le32(1) + le32(0))));
-}
-
 TEST(server_stream, a_tree_with_lists_round_trips_also_from_a_child) {
   std::unique_ptr<server> back(read(sample));
   ASSERT_NE(back, nullptr);

@@ -21,72 +21,47 @@ std::string c_printf(const std::string& format, T v) {
   return std::string(buf.data(), static_cast<std::size_t>(n));
 }
 
-// Our formatter with the directive of `format` (which starts with '%'), or "<refused>".
-template <class T>
-std::string ours(const std::string& format, T v) {
-  const auto spec = kyo::parse_printf_spec(std::string_view(format).substr(1));
-  std::string out;
-  bool done = false;
-  if constexpr (std::is_floating_point_v<T>) {
-    done = spec && kyo::append_floating(out, *spec, v);
-  } else if constexpr (std::is_integral_v<T>) {
-    done = spec && kyo::append_integer(out, *spec, v);
-  } else {
-    done = spec && kyo::append_string(out, *spec, v);
-  }
-  return done ? out : "<refused>";
-}
-
 const double nan_value = std::numeric_limits<double>::quiet_NaN();
 const double inf_value = std::numeric_limits<double>::infinity();
 
-TEST(printf_format, floating_conversions_match_the_c_library) {
+// Every directive and value is the printf fuzz target's; these pin the families of each
+// conversion against the C library.
+TEST(printf_format, conversions_match_the_c_library) {
   const std::vector<std::string> formats = {
-      "%f",      "%F",       "%.0f",  "%.1f",    "%.2f",  "%08.5f", "%+.3f", "% f",
-      "%-12.4f", "%#.0f",    "%5.1f", "%+04.0f", "%.30f", "%e",     "%E",    "%.0e",
-      "%#.0e",   "%+012.3E", "%g",    "%G",      "%.0g",  "%#g",    "%#.3g", "%.17g",
-      "%10.4g",  "%-+10g",   "%#.0g", "%a",      "%A",    "%.0a",   "%.1a",  "%.3a",
-      "%#.0a",   "%015.2a",  "%.20a", "% 09.2e", "%Lf",   "%lf"};
+      "%f",    "%.0f",    "%08.5f", "%+.3f",    "% f", "%-12.4f", "%#.0f", "%.30f",
+      "%e",    "%E",      "%#.0e",  "%+012.3E", "%g",  "%G",      "%.0g",  "%#g",
+      "%#.3g", "%.17g",   "%-+10g", "%a",       "%A",  "%.0a",    "%.1a",  "%.3a",
+      "%#.0a", "%015.2a", "%.20a",  "% 09.2e",  "%Lf", "%F"};
   const std::vector<double> values = {
-      0.0,    -0.0,      0.5,      1.5,       2.5,         -0.5,      -2.5,      0.125,   0.05,
-      2.675,  9.9999995, 99999.95, 1e-5,      123456789.0, 1e21,      -1e300,    DBL_MAX, DBL_MIN,
-      5e-324, 1.0 / 3.0, 1.03125,  nan_value, -nan_value,  inf_value, -inf_value};
+      0.0,  -0.0,   0.5,     2.5,     -2.5,   0.05,    2.675,   9.9999995, 99999.95,  1e-5,
+      1e21, -1e300, DBL_MAX, DBL_MIN, 5e-324, 1.0 / 3, 1.03125, nan_value, -inf_value};
   for (const auto& format : formats) {
     for (const double v : values) {
       SCOPED_TRACE(format + " of " + c_printf("%.17g", v));
       // The reference needs a long double for "%Lf"; the value is the same.
       const std::string expected =
           format == "%Lf" ? c_printf(format, static_cast<long double>(v)) : c_printf(format, v);
-      EXPECT_EQ(ours(format, v), expected);
+      EXPECT_EQ(kyo::format_one(format, v), expected);
     }
   }
-}
-
-TEST(printf_format, integer_and_string_conversions_match_the_c_library) {
   const std::vector<std::string> int_formats = {
-      "%d",    "%i",   "%5d",   "%-5d",  "%05d", "%+d", "% d",  "%+05d", "%-+05d", "%.3d",
-      "%8.3d", "%.0d", "%5.0d", "%u",    "%x",   "%X",  "%#x",  "%#X",   "%#o",    "%o",
-      "%#.0o", "%.0x", "%#08x", "%#.3x", "%c",   "%5c", "%-3c", "%+u",   "% x",    "%05c"};
-  const std::vector<int> int_values = {0, 1, -1, 7, -42, 65, 255, 4096, INT_MAX, INT_MIN};
+      "%d", "%i",  "%-5d", "%05d",  "%+d",  "% d",   "%-+05d", "%8.3d", "%.0d", "%u",
+      "%X", "%#x", "%#o",  "%#.0o", "%.0x", "%#08x", "%#.3x",  "%c",    "%-3c", "%05c"};
   for (const auto& format : int_formats) {
-    for (const int v : int_values) {
+    for (const int v : {0, 1, -1, -42, 65, 4096, INT_MAX, INT_MIN}) {
       SCOPED_TRACE(format + " of " + std::to_string(v));
-      EXPECT_EQ(ours(format, v), c_printf(format, v));
+      EXPECT_EQ(kyo::format_one(format, v), c_printf(format, v));
     }
   }
-  const std::vector<std::string> ll_formats = {"%lld",    "%llu", "%llx", "%#llo",
-                                               "%+20lld", "%jd",  "%zx",  "%ld"};
-  for (const auto& format : ll_formats) {
-    for (const long long v : {0LL, -1LL, 100LL, LLONG_MAX, LLONG_MIN}) {
-      SCOPED_TRACE(format + " of " + std::to_string(v));
-      EXPECT_EQ(ours(format, v), c_printf(format, v));
+  for (const auto& format : {"%lld", "%llu", "%llx", "%#llo", "%+20lld", "%jd", "%zx"}) {
+    for (const long long v : {0LL, -1LL, LLONG_MAX, LLONG_MIN}) {
+      SCOPED_TRACE(std::string(format) + " of " + std::to_string(v));
+      EXPECT_EQ(kyo::format_one(format, v), c_printf(format, v));
     }
   }
-  for (const auto& format : {"%s", "%5s", "%-5s", "%.2s", "%5.1s", "%.0s", "%05s"}) {
-    for (const char* v : {"", "abc", "abcdefgh"}) {
-      SCOPED_TRACE(std::string(format) + " of \"" + v + "\"");
-      EXPECT_EQ(ours(format, std::string_view(v)), c_printf(format, v));
-    }
+  for (const auto& format : {"%5s", "%-5s", "%.2s", "%5.1s", "%.0s", "%05s"}) {
+    SCOPED_TRACE(format);
+    EXPECT_EQ(kyo::format_one(format, "abc"), c_printf(format, "abc"));
   }
 }
 
@@ -118,24 +93,18 @@ TEST(printf_format, format_one_applies_only_the_first_fitting_directive) {
     std::string actual;
     std::string expected;
   };
-  std::string directives;
-  for (int i = 0; i < 300; ++i)
-    directives += "%d";
   const row rows[] = {
       {"text around one conversion", kyo::format_one("%5.1f m (%d)", 12.34), " 12.3 m (%d)"},
       {"a second fitting directive", kyo::format_one("%d%d", 7LL), "7%d"},
       {"percent pairs", kyo::format_one("100%% %d%%", 5), "100% 5%"},
       {"%n is never a write", kyo::format_one("%n%d", 3), "%n3"},
       {"percent at the end", kyo::format_one("abc%", 1.0), "abc%"},
-      {"width at the cap", kyo::format_one("%512d", 1).substr(508), "   1"},
       {"width over the cap", kyo::format_one("%513d", 1), "%513d"},
       {"text argument", kyo::format_one("[%-4s|%.1s]", "ab"), "[ab  |%.1s]"},
       {"null text", kyo::format_one("<%s>", static_cast<const char*>(nullptr)), "<>"},
-      {"hundreds of directives", kyo::format_one(directives, 42), "42" + directives.substr(2)},
       // An integer prints whole whatever length the directive names; signed values converted
       // to an unsigned letter take the named width (int without a length).
       {"d beyond int", kyo::format_one("%d", 5000000000LL), "5000000000"},
-      {"hhd beyond char", kyo::format_one("%hhd", 300), "300"},
       {"x of -1 is 32 bits without length", kyo::format_one("%x", -1), "ffffffff"},
       {"x below INT_MIN is 64 bits", kyo::format_one("%x", -5000000000LL), "fffffffed5fa0e00"},
       {"hhx of -1 is one byte", kyo::format_one("%hhx", -1), "ff"},

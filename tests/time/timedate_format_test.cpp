@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdint>
-#include <ctime>
-#include <iterator>
 #include <string>
 
 #include "support/scoped_env.h"
@@ -38,7 +35,6 @@ TEST(timedate_format, fields) {
       {"month names", t, "%N %1N %2N %3N", "November Nov NOVEMBER NOV"},
       {"day names", t, "%n %1n %2n %3n %0n", "Saturday Sat SATURDAY SAT Saturday"},
       {"other letters print 0", t, "[%5x|%.2q|%-3Z]", "[    0|0.00|0  ]"},
-      {"floating conversion of a whole field", t, "%4.1Y", "2026.0"},
       {"before 1901", -1, "%d-%1N-%Y %02H:%02M:%02S", "31-Dec-1900 23:59:59"},
       {"rounding up to 1901", -0.3, "%d-%1N-%Y %02H:%02M:%02S", "1-Jan-1901 00:00:00"},
       {"after 2038", at(2100, 3, 1, 6), "%d-%1N-%Y %D %n", "1-Mar-2100 60 Monday"},
@@ -53,7 +49,6 @@ TEST(timedate_format, rounds_once_before_splitting) {
       {"into the next day, month and year", at(2026, 12, 31, 23, 59, 59.7),
        "%d-%1N-%Y %02H:%02M:%02S", "1-Jan-2027 00:00:00"},
       {"milliseconds", at(2024, 5, 10, 10, 59, 59.9996), "%02H:%02M:%06.3S", "11:00:00.000"},
-      {"minutes round half away", at(2024, 5, 10, 10, 59, 30), "%02H:%02M", "11:00"},
       {"tenths of an hour half up", at(2024, 5, 10, 10, 57), "%.1H", "11.0"},
       {"a finer directive overrules", at(2024, 5, 10, 10, 57), "%.1H %02M", "10.0 57"},
       {"hour alone rounds half past up", at(2024, 5, 10, 12, 30), "%h %a", "1 pm"},
@@ -89,44 +84,10 @@ TEST(timedate_format, gmt_and_local_fields) {
       {"GMT date, names and suffix", at(2024, 6, 30, 23, 30), "%G%d%s %1N %n %02H:%02M %a",
        "30th Jun Sunday 23:30 pm"},
       {"back to local", at(2024, 6, 30, 23, 30), "%G%d %L%d", "30 1"},
-      {"file name prefix", at(2024, 6, 30, 23, 30), "%03D-%02H%02M.", "183-0030."},
       {"rounding reaches the GMT fields", at(2024, 6, 30, 23, 59, 59.7), "%G%d %02H:%02M:%02S",
        "1 00:00:00"},
   };
   check_rows(rows);
-}
-
-// Formats are kept compiled and UTC offsets cached per instant: across zones switched between
-// calls, and more formats than the cache holds, the texts stay the C library's. (Whole seconds,
-// and seconds in every format with a time of day, so that no rounding comes in.)
-TEST(timedate_format, matches_strftime_across_zone_switches) {
-  const char* formats[][2] = {{"%Y-%02m-%02d %02H:%02M:%02S", "%Y-%m-%d %H:%M:%S"},
-                              {"%02H%02M%02S", "%H%M%S"},
-                              {"%D", "%-j"},
-                              {"%d %1N", "%-d %b"},
-                              {"%y", "%-y"},
-                              {"%02M:%02S", "%M:%S"},
-                              {"%m/%d", "%-m/%-d"},
-                              {"%n", "%A"},
-                              {"%2N", "%^B"},
-                              {"%03D", "%j"}};
-  std::uint64_t seed = 12345;
-  for (int i = 0; i < 1000; ++i) {
-    seed = seed * 6364136223846793005u + 1442695040888963407u;
-    const auto t = static_cast<std::time_t>((seed >> 33) % 4'000'000'000u) - 2'000'000'000;
-    const auto& f = formats[i % std::size(formats)];
-    // The same instant in each zone in turn: an offset kept for one zone must not serve another.
-    for (const char* zone : {"Australia/Lord_Howe", "America/St_Johns", "Europe/London"}) {
-      scoped_env tz("TZ", zone);
-      tzset();
-      std::tm tm{};
-      ASSERT_NE(localtime_r(&t, &tm), nullptr);
-      char expected[80];
-      std::strftime(expected, sizeof expected, f[1], &tm);
-      ASSERT_EQ(timedate(static_cast<double>(t) + seconds_1901_to_1970).as_string(f[0]), expected)
-          << zone << " at " << t;
-    }
-  }
 }
 
 // Any format and value stays within the buffer (the date/time format fuzz targets); these rows
@@ -136,9 +97,7 @@ TEST(timedate_format, hostile_formats_and_values_are_harmless) {
   const row rows[] = {
       {"more than five characters before the letter", t, "%123456H|%00012H",
        "%123456H|000000000015"},
-      {"percent and digits at the end", t, "%02H %05", "15 %05"},
       {"a star width, two points", t, "%*d%1.2.3H", "%*d%1.2.3H"},
-      {"a width above the cap", t, "%999d", "%999d"},
       {"NaN reads as 0", NAN, "%d-%1N-%Y %02H:%02M:%06.3S", "1-Jan-1901 00:00:00.000"},
   };
   check_rows(rows);

@@ -76,20 +76,14 @@ TEST(timedate, local_fields_follow_the_zone_in_force_at_the_instant) {
            "27-Oct-2024 01:30:00 am Sunday|27 00:30", "27/10/24", "01:30:00.0"},
           {"London: repeated hour, second time", "Europe/London", at(2024, 10, 27, 1, 30),
            "27-Oct-2024 01:30:00 am Sunday|27 01:30", "27/10/24", "01:30:00.0"},
-          {"London: summer time moves the date on", "Europe/London", at(2024, 6, 30, 23, 30),
-           "1-Jul-2024 00:30:00 am Monday|30 23:30", "01/07/24", "00:30:00.0"},
           {"Auckland: before midnight", "Pacific/Auckland", at(2024, 7, 1, 11, 59, 59.25),
            "1-Jul-2024 23:59:59 pm Monday|1 11:59", "01/07/24", "23:59:59.3"},
           {"Auckland: midnight is the next day", "Pacific/Auckland", at(2024, 7, 1, 12),
            "2-Jul-2024 00:00:00 am Tuesday|1 12:00", "02/07/24", "00:00:00.0"},
-          {"Auckland: last summer second", "Pacific/Auckland", at(2024, 4, 6, 13, 59, 59),
-           "7-Apr-2024 02:59:59 am Sunday|6 13:59", "07/04/24", "02:59:59.0"},
           {"Auckland: clocks back, two a second time", "Pacific/Auckland", at(2024, 4, 6, 14),
            "7-Apr-2024 02:00:00 am Sunday|6 14:00", "07/04/24", "02:00:00.0"},
           {"Auckland: clocks forward to three", "Pacific/Auckland", at(2024, 9, 28, 14),
            "29-Sep-2024 03:00:00 am Sunday|28 14:00", "29/09/24", "03:00:00.0"},
-          {"Honolulu: the day before", "Pacific/Honolulu", at(2024, 7, 1, 9, 59, 59),
-           "30-Jun-2024 23:59:59 pm Sunday|1 09:59", "30/06/24", "23:59:59.0"},
           {"Honolulu: midnight", "Pacific/Honolulu", at(2024, 7, 1, 10),
            "1-Jul-2024 00:00:00 am Monday|1 10:00", "01/07/24", "00:00:00.0"},
       };
@@ -102,9 +96,6 @@ TEST(timedate, local_fields_follow_the_zone_in_force_at_the_instant) {
     EXPECT_EQ(t.as_string(stamp), text);
     EXPECT_EQ(t.short_date_str(), short_date);
     EXPECT_EQ(t.time_str(1), time);
-    EXPECT_EQ(t.as_string("%D %02H:%02M:%02S"),
-              std::to_string(t.day_of_year()) + (t.hour() < 10 ? " 0" : " ") +
-                  std::to_string(t.hour()) + t.as_string(":%02M:%02S"));
     // The local clock reading leads to the instant again, but in the second pass of a repeated
     // hour, which reads like the first.
     const bool repeated = std::string_view(what).find("second time") != std::string_view::npos;
@@ -118,8 +109,6 @@ TEST(timedate, local_fields_follow_the_zone_in_force_at_the_instant) {
 TEST(timedate, local_readings_become_instants) {
   const std::tuple<const char*, const char*, double, double> rows[] = {
       {"London: skipped hour", "Europe/London", at(2024, 3, 31, 1, 30), at(2024, 3, 31, 1, 30)},
-      {"London: first summer hour", "Europe/London", at(2024, 3, 31, 2, 30),
-       at(2024, 3, 31, 1, 30)},
       {"London: repeated hour", "Europe/London", at(2024, 10, 27, 1, 30), at(2024, 10, 27, 0, 30)},
       {"Auckland: repeated hour", "Pacific/Auckland", at(2024, 4, 7, 2, 30),
        at(2024, 4, 6, 13, 30)},
