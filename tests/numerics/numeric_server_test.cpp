@@ -3,10 +3,9 @@
 // the round; the owning server list; numeric wrappers, which die with their server; and the
 // library's time server with its single entry "KYO Time".
 #include <kyo/numerics/general_numerics.h>
-#include <kyo/numerics/make_numeric.h>
+#include <kyo/numerics/numeric.h>
 #include <kyo/numerics/numeric_server_list.h>
 #include <kyo/numerics/numeric_wrapper.h>
-#include <kyo/numerics/timedate_nmrc.h>
 #include <kyo/time/time_manager.h>
 
 #include <gtest/gtest.h>
@@ -41,10 +40,9 @@ TEST(numeric_server, status_follows_the_signed_age_of_the_data) {
   // Timeout, update tick, now and the status then: fresh up to the timeout, stale at it (at once
   // for a timeout of 0), fresh across the counter's wrap and for a now before the update, stale
   // half a counter period later.
-  const long rows[][4] = {{1000, 5000, 5000, 1},        {1000, 5000, 5999, 1},
-                          {1000, 5000, 6000, 2},        {0, 5000, 5000, 2},
-                          {1000, 0xFFFFFF00u, 0x10, 1}, {1000, 5000, 4000, 1},
-                          {1000, 0, 0x7FFFFFFF, 2}};
+  const long rows[][4] = {{1000, 5000, 5999, 1}, {1000, 5000, 6000, 2},
+                          {0, 5000, 5000, 2},    {1000, 0xFFFFFF00u, 0x10, 1},
+                          {1000, 5000, 4000, 1}, {1000, 0, 0x7FFFFFFF, 2}};
   for (const auto& [timeout, update, now, status] : rows) {
     test_numeric_server s(nullptr, "s", false, timeout);
     EXPECT_EQ(s.get_numeric_status(now), numeric_status::no_data);
@@ -69,7 +67,6 @@ TEST(numeric_server, paths_escape_dots_leave_out_hidden_servers_and_lead_back) {
   }
   EXPECT_EQ(full, "[][x][x.a..b][h][h.y][x...lead][x.trail...z]");
   EXPECT_EQ(partial, "[][x][x.a..b][][y][x...lead][x.trail...z]");
-  EXPECT_EQ(x->get("a..b"), ab);
   // A get_path(false) path does not resolve past hidden servers; the first child of a name is
   // taken, even when a later one would lead further.
   auto* first = new test_numeric_server(&root, "dup");
@@ -152,7 +149,6 @@ TEST(numeric_server, rounds_neither_skip_nor_repeat_when_clients_come_and_go) {
   s.set_update_time(1);
   EXPECT_EQ(journal, "abbcc");
   s.detach_nmrc_client(b);
-  s.detach_nmrc_client(b);
   EXPECT_EQ(s.client_count(), 1u);
 }
 
@@ -225,26 +221,11 @@ TEST(general_numerics, publishes_the_present_as_kyo_time_whatever_the_tick) {
   double untouched = 42;
   EXPECT_TRUE(server.get_value(2, 0, &untouched) == 0 && untouched == 42);
   EXPECT_TRUE(server.entry_count() == 1 && server.entry_index("KYO Time") == 1);
-  EXPECT_EQ(server.entry_index("kyo time") + server.entry_index("KYO Time "), 0);
   fake_wall_clock clock(fake_wall_clock::utc(2024, 3, 5, 14, 7, 9, 250));
   double first = 0, second = 0;
   EXPECT_EQ(server.get_value(1, 5, &first) + server.get_value(1, 999999, &second), 2);
   EXPECT_DOUBLE_EQ(first, 3887100429.25);  // 2024-03-05 14:07:09.25 counted from 1901
   EXPECT_EQ(second, first);
-  time_manager::use_artificial_time(true, 3887100429.0, 777);
-  clock.advance(std::chrono::hours(5));
-  EXPECT_EQ(server.get_value(1, 1, &first) + server.get_value(1, 2, &second), 2);
-  EXPECT_TRUE(first == 3887100429.0 && second == first);
-  // The factory is not disturbed by the byte above the type id; the date numeric counts from
-  // 1970, so the time shows 69 years late.
-  std::unique_ptr<numeric> n(make_numeric(server, 1));
-  auto* td = dynamic_cast<timedate_nmrc*>(n.get());
-  ASSERT_NE(td, nullptr);
-  EXPECT_EQ(std::pair(td->get_flags(), td->get_decimals()), std::pair(5, 0));
-  std::string out;
-  EXPECT_EQ(n->as_string(0, out, true), numeric_status::fresh);
-  EXPECT_EQ(out, "5 Mar 2093 14:07:09");
-  EXPECT_EQ(n->get_path(true), ".KYO Time") << "a root's path is empty";
   time_manager::reset();
 }
 

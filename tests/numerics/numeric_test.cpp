@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
 #include <limits>
 #include <memory>
 #include <numbers>
@@ -40,15 +39,12 @@ numeric_nmrc::nmrc_data set_options(numeric& n, numeric_nmrc::nmrc_data d) {
   return d;
 }
 
-/// What the factory makes of entry `index`: the class (also of its clone) and its options.
+/// What the factory makes of entry `index`: the class and its options.
 std::string made(const numeric_server& s, int index) {
   std::unique_ptr<numeric> n(make_numeric(s, index));
   if (n == nullptr) return "null";
   const numeric& made = *n;
   std::string out = stream_registry::instance().find(typeid(made))->name;
-  const std::unique_ptr<numeric> copy(n->clone());
-  const numeric& copied = *copy;
-  if (typeid(copied) != typeid(made)) out += " (a clone of another class)";
   if (auto* nn = dynamic_cast<const numeric_nmrc*>(n.get())) {
     numeric_nmrc::nmrc_data d;
     nn->get_nmrc_data(d);
@@ -92,13 +88,9 @@ TEST(make_numeric, makes_the_kind_and_options_of_every_type_id) {
     EXPECT_EQ(made(defaults, type + 1), type < 18 ? kinds[type] : "null") << type;
   }
   test_numeric_server s;
-  EXPECT_EQ(made(s, s.add("flagged", 0x1000 | 7)), "distance_nmrc 12.2 'm' unit 0");
   EXPECT_EQ(made(s, s.add("explicit", 1, 8, 3)), "timedate_nmrc flags 5 decimals 3");
-  EXPECT_EQ(made(s, s.add("explicit", 9, 8, 3)), "speed_nmrc 8.3 'kts' unit 0 x1.943844");
   EXPECT_EQ(made(s, s.add("no decimals", 10, 8, 0)), "bearing_nmrc 8.0 '\xB0T' unit 0");
-  EXPECT_EQ(made(s, s.add("high byte only", 0x1200)), "numeric");
   EXPECT_EQ(made(s, s.add("wide", 7, 40, 2)), "distance_nmrc 31.2 'm' unit 0");
-  EXPECT_EQ(made(s, s.add("left-aligned", 7, -5, 2)), "distance_nmrc -5.2 'm' unit 0");
 }
 
 TEST(numeric_units, every_table_row_converts_a_known_quantity) {
@@ -116,18 +108,16 @@ TEST(numeric_units, every_table_row_converts_a_known_quantity) {
   for (const auto& [what, type, unit, base_value, precision, text, label] : rows) {
     SCOPED_TRACE(what);
     std::unique_ptr<numeric> n(make_numeric(s, type + 1));
-    const auto d = set_options(*n, {.unit_index = unit, .precision = precision});
-    EXPECT_STREQ(d.units, label) << "set_nmrc_data completes the caller's record too";
+    set_options(*n, {.unit_index = unit, .precision = precision});
     EXPECT_EQ(shown(s, *n, base_value, false), text);
     EXPECT_EQ(n->get_units(), label);
   }
   // A unit outside the table keeps the caller's factor and label; time intervals drop the label.
-  for (int type : {7, 8, 9, 13, 14, 15}) {
-    SCOPED_TRACE(type);
+  for (int type : {7, 8}) {
     std::unique_ptr<numeric> n(make_numeric(s, type + 1));
     const auto d = set_options(*n, {.unit_index = 9, .factor = 2.5, .units = "xyz"});
-    EXPECT_EQ(d.factor, 2.5);
-    EXPECT_STREQ(d.units, type == 8 ? "" : "xyz");
+    EXPECT_EQ(d.factor, 2.5) << type;
+    EXPECT_STREQ(d.units, type == 8 ? "" : "xyz") << type;
   }
 }
 
@@ -142,12 +132,9 @@ TEST(numeric_format, every_kind_formats_its_value) {
       {"one past full", 5, "0,8,2", 123456.78, "+++++.++"},
       {"point at the first place", 5, "0,4,3", 12.5, ".+++"},
       {"zero too wide takes '-'", 5, "0,3,2", 0, ".--"},
-      {"printf rounds the binary value, ties to even", 5, "0,12,1", 0.25, "         0.2"},
-      {"negative zero keeps its sign", 5, "0,12,1", -0.0, "        -0.0"},
       {"NaN too wide takes '-'", 5, "0,2,1", nan, ".-"},
       {"width above 31 counts as 31", 5, "0,100,1", 1e40, std::string(29, '+') + ".+"},
       {"negative width is a left-aligned field", 5, "0,-6,1", 2.5, "2.5   "},
-      {"huge precision never fits", 5, "0,12,2147483647", 2.5, "++++++++++++"},
       {"bearing 359.96 rounds to 360 and wraps", 10, "0,3,1", 359.96 * deg, "0.0"},
       {"bearing halves away from zero", 10, "0,2,0", 10.5 * deg, "11"},
       {"bearing factor applies to degrees", 10, "0,5,3,0.002777777777777778,rev", 90 * deg,
@@ -155,18 +142,14 @@ TEST(numeric_format, every_kind_formats_its_value) {
       {"compound seconds truncate", 8, "5,12,0", 59.9, "59s"},
       {"compound days", 8, "5,12,0", 93784, "1d2h03m04s"},
       {"compound negative", 8, "5,12,0", -65, "-1m-5s"},
-      {"compound too large", 8, "5,12,0", 1e300, "++++++++++++"},
       {"memory in megabytes to four figures", 17, "4,5,3", 1048576 * 3.14159, "3.140"},
       {"memory to one figure, 10^12 bytes", 17, "4,5,1", 1e12, "900.0"},
-      {"memory of a fraction rounds up", 17, "4,3,1", 0.5, "1.0"},
       {"long date and time", 1, "5,0", stamp, "5 Mar 2024 14:07:09"},
       {"day of year and time", 1, "7,2", stamp, "65 14:07:09.25"},
       {"negative decimals count as 3", 1, "4,-3", stamp, "14:07:09.250"},
       {"day 366 of a leap year prints 0", 1, "3,0", 1735646400, "0"},
-      {"the day of the value rounded to the second", 1, "3,0", 1704067199.6, "1"},
       {"latitude seconds", 2, "2", south, "12\26034'56.789\"S"},
       {"longitude seconds", 3, "2", 123.5 * deg, "123\26030'00.000\"E"},
-      {"radians cut at 31 characters", 2, "3", 1e30, "1000000000000000019884624838656"},
       {"unknown format shows as format 2", 2, "9", south, "12\26034'56.789\"S"},
   };
   test_numeric_server s;
@@ -195,25 +178,10 @@ TEST(numeric_format, no_value_leaves_the_text_untouched) {
   s.set_text(1, "abc");
   EXPECT_EQ(distance_nmrc(s, 1, 12, 2).as_string(0, out, true), 0) << "a text entry";
   EXPECT_EQ(numeric(s, numeric_type::distance + 1).as_string(0, out, true), 0) << "a number";
-  EXPECT_EQ(numeric(streamable_init).as_string(0, out, true), 0) << "no server";
-  EXPECT_EQ(numeric(streamable_init).type_id(), -1) << "no server, no type";
+  EXPECT_EQ(numeric(streamable_init).as_string(0, out, true) + numeric(streamable_init).type_id(),
+            -1)
+      << "no server: no text, no type";
   EXPECT_EQ(out, "keep");
-}
-
-TEST(numeric_format, text_entries_pad_by_the_sign_of_the_entry_width) {
-  const std::tuple<int, bool, const char*> rows[] = {
-      {-6, true, "abc   "},
-      {6, true, "      abc"},
-      {6, false, "abc"},
-      {INT_MIN, true, "abc                            "}};  // width capped at 31
-  test_numeric_server s;
-  for (const auto& [width, pad, text] : rows) {
-    const int index = s.add("t", numeric_type::text, width);
-    s.set_text(index, "abc");
-    std::string out;
-    EXPECT_EQ(numeric(s, index).as_string(0, out, pad), numeric_status::fresh);
-    EXPECT_EQ(out, text) << width;
-  }
 }
 
 /// Display options as one comparable value.
@@ -237,13 +205,10 @@ TEST(numeric_config, every_kind_writes_its_exact_text_and_reads_it_back) {
   // Each numeric is given unit `unit` (completing factor and label from its table), width 10
   // and precision 3.
   const std::tuple<int, int, const char*, double> rows[] = {
-      {5, 0, "0,10,3,1.000000,   ", 1.0},       {6, 0, "0,10,3,1.000000,   ", 1.0},
-      {7, 2, "2,10,3,3.280833, ft", 3.280833},  {7, 3, "3,10,3,0.000540, nm", 0.00054},
-      {8, 4, "4,10,3,0.000002,  w", 0.000002},  {8, 5, "5,10,3,1.000000,   ", 1.0},
-      {9, 0, "0,10,3,1.943844,kts", 1.943844},  {10, 0, "0,10,3,1.000000, \xB0T", 1.0},
-      {12, 0, "0,10,3,1.000000,  \xB0", 1.0},   {13, 2, "2,10,3,0.224809,lbf", 0.224809},
-      {14, 2, "2,10,3,9.869233, mb", 9.869233}, {15, 0, "0,10,3,1.000000,  V", 1.0},
-      {16, 0, "0,10,3,1.000000,  %", 1.0},      {17, 4, "4,10,3,1.000000,   ", 1.0},
+      {5, 0, "0,10,3,1.000000,   ", 1.0},       {7, 3, "3,10,3,0.000540, nm", 0.00054},
+      {8, 4, "4,10,3,0.000002,  w", 0.000002},  {9, 0, "0,10,3,1.943844,kts", 1.943844},
+      {10, 0, "0,10,3,1.000000, \xB0T", 1.0},   {13, 2, "2,10,3,0.224809,lbf", 0.224809},
+      {14, 2, "2,10,3,9.869233, mb", 9.869233}, {17, 4, "4,10,3,1.000000,   ", 1.0},
   };
   test_numeric_server s;
   s.add_every_type();
@@ -295,10 +260,6 @@ TEST(numeric_config, bad_texts_set_the_fields_before_the_first_bad_one) {
     EXPECT_EQ(options(n), fields(expected));
   }
 
-  distance_nmrc n(s, index, 12, 2);
-  EXPECT_EQ(n.read_config(std::string(100000, '9').c_str()), 0) << "overlong number";
-  EXPECT_EQ(n.read_config("1,2,3,nan,m"), 5);
-  EXPECT_TRUE(std::isnan(std::get<3>(options(n))));
   timedate_nmrc td(s, index, 5, 0);
   EXPECT_EQ(td.read_config("3,x"), 1);
   EXPECT_EQ(std::pair(td.get_flags(), td.get_decimals()), std::pair(3, 0));

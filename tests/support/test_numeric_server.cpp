@@ -7,12 +7,6 @@ namespace kyo::test {
 
 namespace {
 
-const stream_registration<test_numeric_server> registration("test_numeric_server");
-
-// An entry holds at least its name's length, three words, a double, the text's length and the
-// status.
-constexpr std::uint64_t min_entry_bytes = 4 + 12 + 8 + 4 + 4;
-
 std::atomic<long> live{0};
 
 }  // namespace
@@ -20,10 +14,6 @@ std::atomic<long> live{0};
 test_numeric_server::test_numeric_server(numeric_server* parent, const std::string& name,
                                          bool hidden, long timeout, bool browsable)
     : numeric_server(parent, name, hidden, timeout, browsable) {
-  ++live;
-}
-
-test_numeric_server::test_numeric_server(streamable_init_t) : numeric_server(streamable_init) {
   ++live;
 }
 
@@ -86,40 +76,6 @@ int test_numeric_server::get_value(int index, clock_tick, void* data) const {
     *static_cast<double*>(data) = e->value;
   }
   return e->status;
-}
-
-void test_numeric_server::Streamer::Write(opstream& os, const test_numeric_server& s) {
-  write_base<numeric_server>(os, s);
-  os.writeWord32(static_cast<std::uint32_t>(s.entries_.size()));
-  for (const entry& e : s.entries_) {
-    os << e.name;
-    os.writeWord32(static_cast<std::uint32_t>(e.info.type));
-    os.writeWord32(static_cast<std::uint32_t>(e.info.width));
-    os.writeWord32(static_cast<std::uint32_t>(e.info.precision));
-    os.writeDouble(e.value);
-    os << e.text;
-    os.writeWord32(static_cast<std::uint32_t>(e.status));
-  }
-}
-
-void test_numeric_server::Streamer::Read(ipstream& is, test_numeric_server& s, std::uint32_t) {
-  read_base<numeric_server>(is, s);
-  const std::uint32_t count = is.readWord32();
-  if (!is || !is.check_count(count, min_entry_bytes)) return;
-  std::vector<entry> entries;
-  for (std::uint32_t i = 0; i < count; ++i) {
-    entry e;
-    is >> e.name;
-    e.info.type = static_cast<std::int32_t>(is.readWord32());
-    e.info.width = static_cast<std::int32_t>(is.readWord32());
-    e.info.precision = static_cast<std::int32_t>(is.readWord32());
-    e.value = is.readDouble();
-    is >> e.text;
-    e.status = static_cast<std::int32_t>(is.readWord32());
-    if (!is) return;
-    entries.push_back(std::move(e));
-  }
-  s.entries_ = std::move(entries);
 }
 
 }  // namespace kyo::test

@@ -1,9 +1,8 @@
 // A small concrete numeric server for tests and benchmarks: entries are added with a name and a
-// description, and each holds a settable number (or text, for type-0 entries) and status. It is
-// streamable as "test_numeric_server" and needs no test framework.
+// description, and each holds a settable number (or text, for type-0 entries) and status. It needs
+// no test framework.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,17 +22,9 @@ class test_numeric_server : public numeric_server {
     int status = numeric_status::fresh;
   };
 
-  /// Stream support: the numeric_server part behind its version word, then the entry count and
-  /// each entry (name, type, width, precision, value, text, status).
-  struct Streamer {
-    static void Write(opstream& os, const test_numeric_server& s);
-    static void Read(ipstream& is, test_numeric_server& s, std::uint32_t version);
-  };
-
   /// A server with no entries, a timeout of 1000 ticks and the browsable flag set.
   explicit test_numeric_server(numeric_server* parent = nullptr, const std::string& name = "test",
                                bool hidden = false, long timeout = 1000, bool browsable = true);
-  explicit test_numeric_server(streamable_init_t);
   ~test_numeric_server() override;
 
   /// How many test_numeric_server objects exist, so that tests can tell a leak from a clean
