@@ -87,7 +87,6 @@ TEST(custom_output, loads_what_the_tokenizer_finds_and_stops_at_the_first_fault)
   servers s;
   // Expected: the name, the separator and the line (which starts with an entry "A").
   const std::tuple<const char*, std::string, std::string> rows[] = {
-      {"a missing section reads 0,,32: name 32, separator kept", "", "32#A"},
       {"an empty name shifts the separator into the name",
        "OutputNmrcsCount=1,,44\nOutNumeric0=GPS,1,\n", "44#A"},
       {"loading appends and stops at an unknown path",
