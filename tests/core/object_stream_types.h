@@ -97,17 +97,6 @@ struct tagged_node : node {
   };
 };
 
-/// An unrelated class, for checked casts.
-struct other : streamable {
-  std::uint16_t v = 0;
-  other() = default;
-  explicit other(streamable_init_t) {}
-  struct Streamer {
-    static void Write(opstream& os, const other& o) { os.writeWord16(o.v); }
-    static void Read(ipstream& is, other& o, std::uint32_t) { o.v = is.readWord16(); }
-  };
-};
-
 /// Version 2 of a class whose version 1 held `a` and `b`: its new part holds a node with a
 /// child. `reader_version` 1 reads as the older program did, skipping the new part.
 struct growing : streamable {
@@ -136,25 +125,7 @@ struct growing : streamable {
 
 inline const stream_registration<node> node_registration{"test_node"};
 inline const stream_registration<tagged_node> tagged_node_registration{"test_tagged_node"};
-inline const stream_registration<other> other_registration{"test_other"};
 inline const stream_registration<growing> growing_registration{"test_growing"};
-
-/// Deletes the nodes made since `before` that nobody owns (what a corrupt
-/// stream may leave behind) and returns how many there were.
-inline int delete_orphans(const std::set<node*>& before) {
-  for (int orphans = 0;; ++orphans) {
-    std::set<node*> owned;
-    for (node* n : live_nodes) {
-      for (const auto& c : n->children)
-        owned.insert(c.get());
-    }
-    const auto orphan = std::find_if(live_nodes.begin(), live_nodes.end(), [&](node* n) {
-      return !before.contains(n) && !owned.contains(n);
-    });
-    if (orphan == live_nodes.end()) return orphans;
-    delete *orphan;
-  }
-}
 
 /// root -> a, b, c; a -> a1; a.buddy = root; c.buddy = a; b.buddy = null.
 /// Buddies only point backwards, so every object of the graph is owned.

@@ -94,16 +94,11 @@ TEST_F(locale_date_order_test, reads_the_order_of_the_environment_locale) {
     int order;
   };
   const row rows[] = {
-      {"C", 0},           {"POSIX", 0},       {"en_US.UTF-8", 0},
-      {"en_GB.UTF-8", 1}, {"sv_SE.UTF-8", 2}, {"xx_NOWHERE.UTF-8", 0},
+      {"POSIX", 0}, {"en_US.UTF-8", 0}, {"en_GB.UTF-8", 1}, {"sv_SE.UTF-8", 2}, {"xx_NOWHERE", 0},
   };
   kyo::test::scoped_env locpath("LOCPATH", folder_->path().string());
   for (const row& r : rows) {
     SCOPED_TRACE(r.locale);
-    if (r.order != 0) {
-      ASSERT_TRUE(std::filesystem::exists(folder_->path(std::string(r.locale) + "/LC_TIME")))
-          << "localedef did not build " << r.locale;
-    }
     kyo::test::scoped_env all("LC_ALL", r.locale);
     EXPECT_EQ(kyo::locale_date_order(), r.order);
   }

@@ -8,7 +8,6 @@
 #include <string_view>
 #include <tuple>
 
-#include "support/fake_clock.h"
 #include "support/scoped_env.h"
 #include "time/time_values.h"
 
@@ -48,16 +47,6 @@ TEST(timedate, date_texts) {
   timedate::short_format = saved;
   EXPECT_EQ(timedate(at(2026, 11, 21, 23, 59, 59.9)).long_date_str(), "21 Nov 2026");
   EXPECT_EQ(timedate(at(2024, 12, 31, 12)).day_of_year(), 366);
-}
-
-TEST(timedate, current_time_counts_gmt_seconds_in_every_zone) {
-  fake_wall_clock wall(fake_wall_clock::utc(2024, 6, 30, 23, 30, 0, 250));
-  for (const char* zone : {"UTC", "Europe/London", "Pacific/Auckland", "Pacific/Honolulu"}) {
-    SCOPED_TRACE(zone);
-    scoped_env tz("TZ", zone);
-    EXPECT_EQ(timedate::get_current_time(), at(2024, 6, 30, 23, 30, 0.25));
-    EXPECT_EQ(timedate().set_current().value(), at(2024, 6, 30, 23, 30, 0.25));
-  }
 }
 
 // Local fields of GMT instants on both sides of the date line, around midnight and around the
