@@ -96,10 +96,8 @@ TEST(make_numeric, makes_the_kind_and_options_of_every_type_id) {
 TEST(numeric_units, every_table_row_converts_a_known_quantity) {
   const std::tuple<const char*, int, int, double, int, const char*, const char*> rows[] = {
       {"nautical miles", 7, 3, 1852 * 2.5, 3, "2.500", "nm"},
-      {"minutes", 8, 1, 90, 1, "1.5", "m"},
       {"weeks", 8, 4, 907200, 1, "1.5", "w"},
       {"feet per second", 9, 2, 0.3048 * 10, 3, "10.000", "f/s"},
-      {"kilograms-force", 13, 1, 9.80665 * 3, 4, "3.0000", "kgf"},
       {"psi", 14, 1, 6.894757293168361 * 5, 4, "5.0000", "psi"},
       {"thousandths of an atmosphere", 14, 2, 101.325, 3, "1000.000", "mb"},
   };
@@ -150,6 +148,7 @@ TEST(numeric_format, every_kind_formats_its_value) {
       {"day 366 of a leap year prints 0", 1, "3,0", 1735646400, "0"},
       {"latitude seconds", 2, "2", south, "12\26034'56.789\"S"},
       {"longitude seconds", 3, "2", 123.5 * deg, "123\26030'00.000\"E"},
+      {"radians cut at 31 characters", 2, "3", 1e30, "1000000000000000019884624838656"},
       {"unknown format shows as format 2", 2, "9", south, "12\26034'56.789\"S"},
   };
   test_numeric_server s;

@@ -87,11 +87,6 @@ TEST(printer, selects_destinations_by_name_and_falls_back_to_the_default) {
     p.set_printer("Dot matrix", missing, "LPT1:");
     EXPECT_EQ(p.device_name() + "|" + p.device_mode(), "first|" + first_mode);
   }
-
-  EXPECT_FALSE(p.install_device_mode(std::string("copies\0", 7)));
-  EXPECT_FALSE(p.install_device_mode(std::string("\0x\0", 3)));
-  EXPECT_TRUE(p.install_device_mode(std::string("copies\0002\0", 9)));
-  EXPECT_EQ(p.device_mode(), std::string("copies\0002\0", 9));
 }
 
 TEST(printer, fails_with_code_3_for_a_missing_printer_or_server_and_5_without_a_job) {
