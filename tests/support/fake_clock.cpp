@@ -13,21 +13,12 @@ fake_tick::~fake_tick() {
   set_tick_source({});
 }
 
-fake_wall_clock::fake_wall_clock(time_point start) : now_ns_(to_ns(start)) {
+fake_wall_clock::fake_wall_clock(time_point start) : now_(start.time_since_epoch().count()) {
   set_wall_clock_source([this] { return now(); });
 }
 
 fake_wall_clock::~fake_wall_clock() {
   set_wall_clock_source({});
-}
-
-fake_wall_clock::time_point fake_wall_clock::now() const {
-  return time_point(
-      std::chrono::duration_cast<time_point::duration>(std::chrono::nanoseconds(now_ns_.load())));
-}
-
-std::int64_t fake_wall_clock::to_ns(time_point t) {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(t.time_since_epoch()).count();
 }
 
 fake_wall_clock::time_point fake_wall_clock::utc(int year, int month, int day, int hour, int minute,

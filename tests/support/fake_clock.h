@@ -36,18 +36,18 @@ class fake_wall_clock {
   fake_wall_clock(const fake_wall_clock&) = delete;
   fake_wall_clock& operator=(const fake_wall_clock&) = delete;
 
-  void set(time_point t) { now_ns_.store(to_ns(t)); }
-  void advance(std::chrono::nanoseconds d) { now_ns_.fetch_add(d.count()); }
-  time_point now() const;
+  void set(time_point t) { now_.store(t.time_since_epoch().count()); }
+  void advance(std::chrono::nanoseconds d) {
+    now_.fetch_add(std::chrono::duration_cast<time_point::duration>(d).count());
+  }
+  time_point now() const { return time_point(time_point::duration(now_.load())); }
 
   /// The instant of a UTC calendar date and time (month 1-12), e.g. utc(2024, 3, 31, 1, 0, 0).
   static time_point utc(int year, int month, int day, int hour, int minute, int second,
                         int millisecond = 0);
 
  private:
-  static std::int64_t to_ns(time_point t);
-
-  std::atomic<std::int64_t> now_ns_;
+  std::atomic<time_point::rep> now_;
 };
 
 }  // namespace kyo::test

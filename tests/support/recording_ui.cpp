@@ -10,11 +10,6 @@ recording_ui::~recording_ui() {
   set_sound_hooks(previous_sound_);
 }
 
-void recording_ui::answer_boxes(int result) {
-  std::lock_guard lock(mutex_);
-  box_result_ = result;
-}
-
 void recording_ui::answer_questions(bool yes) {
   std::lock_guard lock(mutex_);
   question_result_ = yes;
@@ -46,8 +41,6 @@ void recording_ui::record(ui_event event) {
 
 int recording_ui::message_box(std::string_view text, std::string_view caption, unsigned style) {
   record({ui_event::kind::message_box, std::string(text), std::string(caption), style});
-  std::lock_guard lock(mutex_);
-  if (box_result_) return *box_result_;
   const unsigned type = style & mb_typemask;
   return type == mb_ok || type == mb_okcancel ? id_ok : id_yes;
 }

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,10 +32,8 @@ class recording_ui final : public ui_hooks, public sound_hooks {
   recording_ui(const recording_ui&) = delete;
   recording_ui& operator=(const recording_ui&) = delete;
 
-  /// Every later message box returns `result`. Until called, a box returns id_ok for
-  /// mb_ok and mb_okcancel styles and id_yes for yes/no styles.
-  void answer_boxes(int result);
-  /// Every later ask_yes_no returns `yes` (true until called).
+  /// A message box answers id_ok for mb_ok and mb_okcancel styles, id_yes for yes/no styles;
+  /// every later ask_yes_no returns `yes` (true until called).
   void answer_questions(bool yes);
 
   /// Everything recorded so far, in order.
@@ -56,7 +53,6 @@ class recording_ui final : public ui_hooks, public sound_hooks {
 
   mutable std::mutex mutex_;
   std::vector<ui_event> events_;
-  std::optional<int> box_result_;
   bool question_result_ = true;
   ui_hooks* previous_ui_ = nullptr;
   sound_hooks* previous_sound_ = nullptr;

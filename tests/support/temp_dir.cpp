@@ -32,17 +32,13 @@ void temp_dir::write(std::string_view name, std::string_view bytes) const {
   const std::filesystem::path target = path(name);
   std::error_code ignored;
   std::filesystem::create_directories(target.parent_path(), ignored);
-  write_file(target, bytes);
+  std::ofstream out(target, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!out) ADD_FAILURE() << "cannot write " << target;
 }
 
 std::string temp_dir::read(std::string_view name) const {
   return read_file(path(name));
-}
-
-void write_file(const std::filesystem::path& path, std::string_view bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!out) ADD_FAILURE() << "cannot write " << path;
 }
 
 std::string read_file(const std::filesystem::path& path) {

@@ -34,8 +34,6 @@ class temp_dir {
   std::filesystem::path root_;
 };
 
-/// Writes `bytes` to `path` exactly, replacing the file.
-void write_file(const std::filesystem::path& path, std::string_view bytes);
 /// The bytes of the file at `path`; empty when it cannot be read.
 std::string read_file(const std::filesystem::path& path);
 

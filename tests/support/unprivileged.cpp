@@ -18,17 +18,6 @@ constexpr uid_t nobody = 65534;
 // Fixed when the program starts, so that it holds inside the unprivileged part too.
 const bool started_as_root = ::geteuid() == 0;
 
-// Failed parts of the running test so far; the child compares before and after.
-int failed_parts() {
-  const testing::TestResult* result =
-      testing::UnitTest::GetInstance()->current_test_info()->result();
-  int failed = 0;
-  for (int i = 0; i < result->total_part_count(); ++i) {
-    if (result->GetTestPartResult(i).failed()) ++failed;
-  }
-  return failed;
-}
-
 }  // namespace
 
 bool running_as_root() {
@@ -61,12 +50,13 @@ void as_unprivileged(const std::function<void()>& body) {
       std::fputs("cannot drop to user nobody\n", stderr);
       code = 2;
     } else {
-      const int before = failed_parts();
-      // An exception must not reach the test program's own handler in the child, which
-      // would go on to run the remaining tests there.
+      // The child's own failures count, not those of the test before the fork. An exception
+      // must not reach the test program's handler in the child, which would run the remaining
+      // tests there.
+      const bool failed_before = testing::Test::HasFailure();
       try {
         body();
-        code = failed_parts() > before ? 1 : 0;
+        code = !failed_before && testing::Test::HasFailure() ? 1 : 0;
       } catch (...) {
         std::fputs("the part run as an ordinary user threw\n", stderr);
         code = 3;
