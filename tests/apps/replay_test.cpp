@@ -243,14 +243,9 @@ TEST_F(kyo_replay_live, a_gpsd_daemon_gives_the_lines_of_the_replay) {
   const int probe = ::socket(AF_INET, SOCK_STREAM, 0);  // a free port for gpsd, released for it
   const std::string port = std::to_string(feed_server::listen_port(probe, false));
   ::close(probe);
-  std::vector<std::string> args = {gpsd,
-                                   "-N",
-                                   "-b",
-                                   "-S",
-                                   port,
-                                   "-F",
-                                   dir_.file("gpsd.sock"),
-                                   "tcp://127.0.0.1:" + std::to_string(feed.port)};
+  std::string sock = dir_.file("gpsd.sock"),
+              device = "tcp://127.0.0.1:" + std::to_string(feed.port);
+  std::string args[] = {gpsd, "-N", "-b", "-S", port, "-F", sock, device};
   std::vector<char*> argv;
   for (std::string& s : args)
     argv.push_back(s.data());
