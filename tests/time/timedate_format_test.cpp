@@ -52,6 +52,7 @@ TEST(timedate_format, rounds_once_before_splitting) {
       {"tenths of an hour half up", at(2024, 5, 10, 10, 57), "%.1H", "11.0"},
       {"a finer directive overrules", at(2024, 5, 10, 10, 57), "%.1H %02M", "10.0 57"},
       {"hour alone rounds half past up", at(2024, 5, 10, 12, 30), "%h %a", "1 pm"},
+      {"h is finer than H", at(2024, 5, 10, 10, 52), "%.1H %h", "11.0 11"},
       {"the finest decides wherever it stands", at(2024, 5, 10, 10, 59, 59.7), "%02S %02H",
        "00 11"},
       {"the first among equals decides", at(2024, 5, 10, 10, 0, 59.96), "%04.1S %05.2S",
