@@ -203,6 +203,7 @@ TEST(general_numerics, publishes_the_present_as_kyo_time_whatever_the_tick) {
   double untouched = 42;
   EXPECT_TRUE(server.get_value(2, 0, &untouched) == 0 && untouched == 42);
   EXPECT_TRUE(server.entry_count() == 1 && server.entry_index("KYO Time") == 1);
+  EXPECT_EQ(server.entry_index("kyo time"), 0) << "names match exactly";
   fake_wall_clock clock(fake_wall_clock::utc(2024, 3, 5, 14, 7, 9, 250));
   double first = 0, second = 0;
   EXPECT_EQ(server.get_value(1, 5, &first) + server.get_value(1, 999999, &second), 2);

@@ -149,6 +149,7 @@ TEST(numeric_format, every_kind_formats_its_value) {
       {"latitude seconds", 2, "2", south, "12\26034'56.789\"S"},
       {"longitude seconds", 3, "2", 123.5 * deg, "123\26030'00.000\"E"},
       {"radians cut at 31 characters", 2, "3", 1e30, "1000000000000000019884624838656"},
+      {"semicircles to nine decimals", 2, "4", -std::numbers::pi / 8, "-0.125000000"},
       {"unknown format shows as format 2", 2, "9", south, "12\26034'56.789\"S"},
   };
   test_numeric_server s;
