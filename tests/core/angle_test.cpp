@@ -54,6 +54,7 @@ TEST(angle_format, formats_round_carry_and_refuse_safely) {
       {"degrees alone round, h of a positive angle", 12.7, "%03d%h", "013+"},
       {"no wrap at 360", 359.96, "%5.1d@T", "360.0@T"},
       {"first of equal ranks decides", 12 + 30.44 / 60, "%02m|%04.1m", "30|30.0"},
+      {"also among seconds", 12 + 30.0 / 60 + 26.4 / 3600, "%02s|%04.1s", "26|26.0"},
       {"rounding to zero keeps the minus", -1e-8, ready[0], "-000@00.00000'"},
       {"minus flag is a sign, not left alignment", -0.4, "%-3d", " -0"},
       // Hemisphere letters: zero counts as north and east.
@@ -83,6 +84,7 @@ TEST(angle, bearings_normalizing_and_differences) {
       {"exactly pi stays pi", kyo::grid_bearing(pi).diff(kyo::grid_bearing(0.0)), pi},
       {"true to grid", g.value(), deg(358)},
       {"elevation over the zenith", kyo::elevation(deg(100)).normalize(), deg(80)},
+      {"elevation below the nadir", kyo::elevation(deg(-100)).normalize(), deg(-80)},
       {"difference across north", rad(deg(350)).difference(deg(10)), deg(-20)},
       {"reduced keeping the sign", rad(deg(-350)).difference(deg(10)), 0},
       {"more than a turn", rad(deg(730)).difference(deg(5)), deg(5)},

@@ -69,9 +69,11 @@ TEST(font_table, adjustments_change_a_copy_or_the_entry) {
   }
 
   font_table::data u;
-  u.underline = true;
+  u.underline = u.strike_out = true;
   EXPECT_TRUE(t.set_data(1, u));
-  EXPECT_EQ(t.get_logfont(1)->underline, 1);
+  kyo::logfont marked = font("Courier New");
+  marked.underline = marked.strike_out = 1;
+  EXPECT_EQ(t.get_logfont(1), marked);
   EXPECT_FALSE(t.set_data(9, u));
 }
 

@@ -7,7 +7,6 @@
 
 #include <memory>
 #include <set>
-#include <sstream>
 
 #include "support/recording_client.h"
 #include "support/stream_bytes.h"
