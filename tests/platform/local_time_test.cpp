@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 #include <string>
 
@@ -65,6 +66,14 @@ TEST(local_time, breaks_down_the_wall_clock_with_the_zone_offset) {
     kyo::test::scoped_env tz("TZ", zone);
     EXPECT_EQ(kyo::utc_offset_seconds(t), offset) << zone;
   }
+  // TZ removed without tzset, as other code may do: the zone file is read again.
+  kyo::test::scoped_env tz("TZ", london);
+  EXPECT_EQ(kyo::utc_offset_seconds(t), 3600);
+  ::unsetenv("TZ");
+  const long offset = kyo::utc_offset_seconds(t);
+  ::tzset();
+  std::tm tm{};
+  EXPECT_EQ(offset, ::localtime_r(&t, &tm)->tm_gmtoff) << "the zone of /etc/localtime";
 }
 
 // Compiles the locales the test needs into a private folder once, so that the

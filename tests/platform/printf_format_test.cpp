@@ -63,6 +63,19 @@ TEST(printf_format, conversions_match_the_c_library) {
   }
 }
 
+// The appending forms that callers building their own text use; text is for s alone.
+TEST(printf_format, appends_to_a_string) {
+  const auto f = kyo::parse_printf_spec("+06.1f");
+  const auto d = kyo::parse_printf_spec("-4d");
+  const auto s = kyo::parse_printf_spec(".2s");
+  ASSERT_TRUE(f && d && s);
+  std::string out = "[";
+  EXPECT_TRUE(kyo::append_floating(out, *f, 2.25) && kyo::append_integer(out, *d, -7) &&
+              kyo::append_string(out, *s, "abc"));
+  EXPECT_FALSE(kyo::append_string(out, *d, "abc"));
+  EXPECT_EQ(out, "[+002.2-7  ab");
+}
+
 TEST(printf_format, parser_refuses_what_it_cannot_print_safely) {
   struct row {
     const char* text;
