@@ -131,7 +131,10 @@ TEST_F(nmea_server_test, sentences_fill_the_entries_in_base_units) {
   EXPECT_EQ(status(nmea::entry::heading), numeric_status::fresh);
   EXPECT_EQ(status(nmea::entry::heading, 4000), numeric_status::stale) << "3 s old";
 
-  EXPECT_EQ(server_.entry_count(), 10);
+  EXPECT_TRUE(server_.entry_count() == 10 && server_.is_browsable());
+  EXPECT_EQ(server_.time_of(lines[0]).value_or(timedate(0)).value(),
+            1025813730.0 + seconds_1901_to_1970)
+      << "a line's own time, 20:15:30";
   nmrc_info info;
   server_.describe(nmea::entry::latitude, info);
   EXPECT_EQ(info.type_id(), numeric_type::latitude);
@@ -244,6 +247,7 @@ TEST(nmea_line_source, files_and_specs) {
       {"tcp:localhost", "is not tcp:HOST:PORT"},
       {"gpsd:[::1", "is not gpsd:HOST[:PORT]"},
       {"tcp:127.0.0.1:1", "cannot connect to 127.0.0.1:1"},
+      {"tcp:[::1]:1", "cannot connect to"},
       {"no-such.log", "cannot open 'no-such.log'"},
   };
   for (const auto& [spec, why] : refused) {
