@@ -54,7 +54,7 @@ TEST(angle_format, formats_round_carry_and_refuse_safely) {
       {"degrees alone round, h of a positive angle", 12.7, "%03d%h", "013+"},
       {"no wrap at 360", 359.96, "%5.1d@T", "360.0@T"},
       {"first of equal ranks decides", 12 + 30.44 / 60, "%02m|%04.1m", "30|30.0"},
-      {"also among seconds", 12 + 30.0 / 60 + 26.4 / 3600, "%02s|%04.1s", "26|26.0"},
+      {"seconds beyond the exact precision", 12 + 65.0 / 128, "%.12s", "28.125000000000"},
       {"rounding to zero keeps the minus", -1e-8, ready[0], "-000@00.00000'"},
       {"minus flag is a sign, not left alignment", -0.4, "%-3d", " -0"},
       // Hemisphere letters: zero counts as north and east.

@@ -63,7 +63,8 @@ TEST(printf_format, conversions_match_the_c_library) {
   }
 }
 
-// The appending forms that callers building their own text use; text is for s alone.
+// The appending forms that callers building their own text use (a string or a fixed buffer);
+// text is for s alone.
 TEST(printf_format, appends_to_a_string) {
   const auto f = kyo::parse_printf_spec("+06.1f");
   const auto d = kyo::parse_printf_spec("-4d");
@@ -74,6 +75,9 @@ TEST(printf_format, appends_to_a_string) {
               kyo::append_string(out, *s, "abc"));
   EXPECT_FALSE(kyo::append_string(out, *d, "abc"));
   EXPECT_EQ(out, "[+002.2-7  ab");
+  kyo::fixed_text text;
+  EXPECT_TRUE(kyo::append_integer(text, *d, 5) && kyo::append_floating(text, *f, 0.5));
+  EXPECT_EQ(text.view(), "5   +000.5");
 }
 
 TEST(printf_format, parser_refuses_what_it_cannot_print_safely) {
