@@ -138,6 +138,8 @@ TEST_F(nmea_server_test, sentences_fill_the_entries_in_base_units) {
   nmrc_info info;
   server_.describe(nmea::entry::latitude, info);
   EXPECT_EQ(info.type_id(), numeric_type::latitude);
+  server_.describe(0, info);
+  EXPECT_EQ(std::tuple(info.type, info.width, info.precision), std::tuple(0, 0, 0)) << "no entry 0";
 }
 
 TEST_F(nmea_server_test, no_fix_leaves_the_position_without_data) {
@@ -243,6 +245,11 @@ TEST(nmea_line_source, files_and_specs) {
             (std::vector<std::string>{"a", "{\"class\":\"TPV\"}",
                                       std::string(nmea::line_source::max_line, 'x'), "", "last"}));
   EXPECT_TRUE(log->error().empty());
+  // A long line that starts just before the end of the first 8192-byte read is cut all the same.
+  dir.write("long", std::string(8091, 'a') + "\n" + std::string(5000, 'z') + "\n");
+  log = nmea::open_source(dir.file("long"), error);
+  log->next_line();
+  EXPECT_EQ(log->next_line(), std::string(nmea::line_source::max_line, 'z'));
   const std::pair<const char*, const char*> refused[] = {
       {"tcp:localhost", "is not tcp:HOST:PORT"},
       {"gpsd:[::1", "is not gpsd:HOST[:PORT]"},
