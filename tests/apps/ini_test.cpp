@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,19 +17,14 @@ TEST(kyo_ini, reads_and_edits_a_file_as_the_library_does) {
   const std::string f = dir.file("kyo.ini");
   const std::pair<std::vector<std::string>, std::string> steps[] = {
       {{"get", f, "PROJECTINFO", "client"}, "0|Port\n|"},
-      {{"list", f}, "0|ProjectInfo\nCustom\n|"},
       {{"list", f, "projectinfo"}, "0|Company=Acme\nClient=Port\n|"},
       {{"get", f, "Custom", "Nope"},
        "1||kyo ini: no key 'Nope' in section [Custom] of '" + f + "'\n"},
       {{"set", f, "projectinfo", "COMPANY", "Acme Ltd"}, "0||"},
       {{"delete", f, "Custom"}, "0||"},
       {{"delete", f, "ProjectInfo", "client"}, "0||"},
-      {{"set", f, "A", "k=", "v"},
-       "1||kyo ini: cannot write '" + f + "': a name or value would break the file (line break, " +
-           "']' in a section, '=' in a key, or a key starting with ';' or '[')\n"},
       // Options come before the arguments: a value may look like one.
       {{"set", "--", f, "S", "--help", "--"}, "0||"},
-      {{"get", f, "s", "--help"}, "0|--\n|"},
   };
   for (auto [args, expected] : steps) {
     args.insert(args.begin(), "ini");
@@ -40,15 +33,7 @@ TEST(kyo_ini, reads_and_edits_a_file_as_the_library_does) {
   EXPECT_EQ(dir.read("kyo.ini"),
             "; job\r\n[ProjectInfo]\r\nCompany=Acme Ltd\r\n[projectinfo]\r\n"
             "Late=x\r\n\r\n[S]\r\n--help=--\r\n");
-  for (const char* line :
-       {"ini", "ini frobnicate f", "ini get f A", "ini list f A extra", "ini get --bogus f A k"}) {
-    std::istringstream words(line);
-    EXPECT_TRUE(kyo_run({std::istream_iterator<std::string>(words), {}}).starts_with("2||kyo: "))
-        << line;
-  }
-  const std::string help = kyo_run({"help", "ini"});
-  EXPECT_TRUE(help.starts_with("0|read and edit profile (INI) files") && help.ends_with("|"));
-  EXPECT_EQ(kyo_run({"ini", "--help"}), help);
+  EXPECT_TRUE(kyo_run({"ini", "frobnicate", f}).starts_with("2||kyo: "));
 }
 
 }  // namespace

@@ -22,8 +22,6 @@ TEST(kyo_inspect, lists_what_a_file_holds_and_says_where_it_is_damaged) {
         "@23 #0 \"test_node\" v1", "    -> #0 (test_node)" /* a's buddy, two deep */,
         "  #1 \"test_node\" v1", "  data 20 bytes\n" /* name "root", value and x */, "null\n"}},
       {body.substr(0, body.size() - 3), "1|", {"header: none", "runs past its end"}},
-      {head + "junk", "1|", {"unrecognised data: 4 bytes", "is damaged"}},
-      {"", "1|", {"no configuration header"}},
   };
   for (const auto& [content, code, parts] : rows) {
     dir.write("f.bin", content);
@@ -32,9 +30,6 @@ TEST(kyo_inspect, lists_what_a_file_holds_and_says_where_it_is_damaged) {
     for (const std::string& part : parts)
       EXPECT_NE(got.find(part), std::string::npos) << "no \"" << part << "\" in\n" << got;
   }
-  const std::string missing = kyo_run({"inspect", dir.file("missing.cfg")});
-  EXPECT_TRUE(missing.starts_with("1|") && missing.find("cannot open") != std::string::npos);
-  EXPECT_TRUE(kyo_run({"inspect"}).starts_with("2|"));
 }
 
 }  // namespace

@@ -94,12 +94,6 @@ TEST(custom_output, loads_what_the_tokenizer_finds_and_stops_at_the_first_fault)
        "L;A;A"},
       {"a count beyond the keys stops at the first missing one",
        "OutputNmrcsCount=9,L,59\nOutNumeric0=GPS.Aux,1\n", "L;A;B"},
-      {"an entry that makes no numeric stops",
-       "OutputNmrcsCount=2,L,59\nOutNumeric0=GPS,6\nOutNumeric1=GPS,1\n", "L;A"},
-      {"only the first field of the options reaches the numeric",
-       "OutputNmrcsCount=1,L,59\nOutNumeric0=GPS,5,4,3\n", "L;A;01:00:00"},
-      {"values are cut at 99 characters", "OutputNmrcsCount=1," + std::string(120, 'n') + ",59\n",
-       std::string(97, 'n') + "#A"},
   };
   for (const auto& [what, keys, expected] : rows) {
     SCOPED_TRACE(what);

@@ -54,39 +54,25 @@ TEST(printer, prints_each_activation_as_one_raw_job_byte_for_byte) {
   EXPECT_EQ(out.write("late", 4), 5) << "no job after close";
   EXPECT_EQ(out.close(), 4);
 
-  ASSERT_EQ(out.open(), 0);
-  EXPECT_EQ(out.write("12.5\xB0T\r\n", 8), 0);
-  EXPECT_EQ(out.close(), 0);
-
-  const auto jobs = cupsd.jobs("line", 2);
-  ASSERT_EQ(jobs.size(), 2u);
-  EXPECT_EQ(jobs[0], framed(all) + framed("") + framed(big));
-  EXPECT_EQ(jobs[1],
-            "\x1b!\x05"
-            "12.5\xF8T\r\n");
-}
-
-TEST(printer, selects_destinations_by_name_and_falls_back_to_the_default) {
-  private_cupsd cupsd({"first", "second"});
-  KYO_REQUIRE_CUPSD(cupsd);
-  printer p;
-  EXPECT_EQ(p.device_name(), "first");
-  EXPECT_EQ(p.port_name(), cupsd.device_uri("first"));
-  EXPECT_FALSE(p.driver_name().empty());
-  const std::string first_mode = p.device_mode();
-  EXPECT_NE(first_mode.find(std::string("device-uri\0", 11) + cupsd.device_uri("first")),
-            std::string::npos);
-
-  p.set_printer("Dot matrix", "second", "LPT1:");
-  EXPECT_EQ(p.driver_name() + "|" + p.device_name() + "|" + p.port_name(),
-            "Dot matrix|second|LPT1:");
-  EXPECT_NE(p.device_mode().find(cupsd.device_uri("second")), std::string::npos);
-
-  for (const char* missing : {"gone", "bad/name", ""}) {
-    SCOPED_TRACE(missing);
-    p.set_printer("Dot matrix", missing, "LPT1:");
-    EXPECT_EQ(p.device_name() + "|" + p.device_mode(), "first|" + first_mode);
-  }
+  // The print manager copies to the printer and a file, one job per activation.
+  temp_dir dir;
+  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
+  print_manager pm(nullptr);
+  const std::string folder = dir.path().string();
+  pm.set_file(&folder);
+  pm.set_printer(&p, true);
+  ASSERT_NE(pm.get_printer_output(), nullptr);
+  EXPECT_EQ(pm.get_printer_output()->document(), "KYO II printout");
+  pm.activate(true);
+  pm.write("12\xB0\r\n", 5);
+  pm.allow_others_to_print();
+  pm.write("34\r\n", 4);
+  pm.activate(false);
+  pm.allow_others_to_print();  // inactive: no job
+  EXPECT_EQ(cupsd.jobs("line", 3),
+            (std::vector<std::string>{framed(all) + framed("") + framed(big), framed("12\xB0\r\n"),
+                                      framed("34\r\n")}));
+  EXPECT_EQ(dir.read("002-0304.txt"), "12\xB0\r\n34\r\n");
 }
 
 TEST(printer, fails_with_code_3_for_a_missing_printer_or_server_and_5_without_a_job) {
@@ -94,7 +80,9 @@ TEST(printer, fails_with_code_3_for_a_missing_printer_or_server_and_5_without_a_
   KYO_REQUIRE_CUPSD(cupsd);
   printer p(streamable_init);
   EXPECT_EQ(p.raw_print("x", 1), 5);
-  p.set_printer("", "line", "");
+  p.set_printer("Dot matrix", "gone", "LPT1:");
+  EXPECT_EQ(p.device_name() + "|" + p.port_name(), "line|" + cupsd.device_uri("line"))
+      << "an unknown printer falls back to the default";
   ASSERT_EQ(p.start_raw_print("doc"), 0);
   EXPECT_EQ(p.raw_print("x", -1), 5);
   EXPECT_EQ(p.raw_print("x", 1), 0);
@@ -111,31 +99,6 @@ TEST(printer, fails_with_code_3_for_a_missing_printer_or_server_and_5_without_a_
   EXPECT_EQ(p.start_raw_print("doc"), 3);
   EXPECT_FALSE(p.last_error().empty());
   EXPECT_FALSE(p.raw_job_open());
-}
-
-TEST(printer, print_manager_copies_to_printer_and_file_one_job_per_activation) {
-  private_cupsd cupsd({"line"});
-  KYO_REQUIRE_CUPSD(cupsd);
-  temp_dir dir;
-  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
-  printer p;
-  print_manager pm(nullptr);
-  const std::string folder = dir.path().string();
-  pm.set_file(&folder);
-  pm.set_printer(&p, true);
-  ASSERT_NE(pm.get_printer_output(), nullptr);
-  EXPECT_EQ(pm.get_printer_output()->document(), "KYO II printout");
-  pm.activate(true);
-  pm.write("12\xB0\r\n", 5);
-  pm.allow_others_to_print();
-  pm.write("34\r\n", 4);
-  pm.activate(false);
-  pm.allow_others_to_print();  // inactive: no job
-  EXPECT_EQ(cupsd.jobs("line", 2), (std::vector<std::string>{"\x1b!\x05"
-                                                             "12\xF8\r\n",
-                                                             "\x1b!\x05"
-                                                             "34\r\n"}));
-  EXPECT_EQ(dir.read("002-0304.txt"), "12\xB0\r\n34\r\n");
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "support/test_numeric_server.h"
 
 #include <atomic>
-#include <stdexcept>
 
 namespace kyo::test {
 
@@ -12,8 +11,8 @@ std::atomic<long> live{0};
 }  // namespace
 
 test_numeric_server::test_numeric_server(numeric_server* parent, const std::string& name,
-                                         bool hidden, long timeout, bool browsable)
-    : numeric_server(parent, name, hidden, timeout, browsable) {
+                                         bool hidden, long timeout)
+    : numeric_server(parent, name, hidden, timeout, true) {
   ++live;
 }
 
@@ -26,10 +25,7 @@ long test_numeric_server::live_instances() noexcept {
 }
 
 int test_numeric_server::add(const std::string& name, int type, int width, int precision) {
-  entry e;
-  e.name = name;
-  e.info = nmrc_info{type, width, precision};
-  entries_.push_back(std::move(e));
+  entries_.push_back({name, nmrc_info{type, width, precision}, 0, "", numeric_status::fresh});
   return static_cast<int>(entries_.size());
 }
 
@@ -38,15 +34,8 @@ void test_numeric_server::add_every_type(int width, int precision) {
     add("type " + std::to_string(type), type, width, precision);
 }
 
-test_numeric_server::entry& test_numeric_server::at(int index) {
-  if (find(index) == nullptr) {
-    throw std::out_of_range("test_numeric_server: no entry " + std::to_string(index));
-  }
-  return entries_[static_cast<std::size_t>(index - 1)];
-}
-
 const test_numeric_server::entry* test_numeric_server::find(int index) const {
-  if (index < 1 || index > static_cast<int>(entries_.size())) return nullptr;
+  if (index < 1 || index > entry_count()) return nullptr;
   return &entries_[static_cast<std::size_t>(index - 1)];
 }
 
@@ -61,8 +50,8 @@ std::string test_numeric_server::entry_name(int index) const {
 }
 
 int test_numeric_server::entry_index(std::string_view name) const {
-  for (std::size_t i = 0; i < entries_.size(); ++i) {
-    if (entries_[i].name == name) return static_cast<int>(i + 1);
+  for (int i = 1; i <= entry_count(); ++i) {
+    if (find(i)->name == name) return i;
   }
   return 0;
 }

@@ -11,20 +11,13 @@
 
 namespace kyo::test {
 
-/// A numeric server whose entries the test sets by hand. Entries are numbered from 1.
+/// A numeric server whose entries the test sets by hand. Entries are numbered from 1; setting an
+/// entry that does not exist throws std::out_of_range.
 class test_numeric_server : public numeric_server {
  public:
-  struct entry {
-    std::string name;
-    nmrc_info info;
-    double value = 0;
-    std::string text;
-    int status = numeric_status::fresh;
-  };
-
-  /// A server with no entries, a timeout of 1000 ticks and the browsable flag set.
+  /// A server with no entries and a timeout of 1000 ticks.
   explicit test_numeric_server(numeric_server* parent = nullptr, const std::string& name = "test",
-                               bool hidden = false, long timeout = 1000, bool browsable = true);
+                               bool hidden = false, long timeout = 1000);
   ~test_numeric_server() override;
 
   /// How many test_numeric_server objects exist, so that tests can tell a leak from a clean
@@ -33,16 +26,13 @@ class test_numeric_server : public numeric_server {
 
   /// Adds an entry and returns its index; it starts with value 0, empty text and status fresh.
   int add(const std::string& name, int type, int width = -1, int precision = -1);
-  /// Adds one entry per type id 0 to 17, named "type <id>", with `width` and `precision`:
-  /// entry index = type id + 1.
+  /// Adds one entry per type id 0 to 17, named "type <id>": entry index = type id + 1.
   void add_every_type(int width = -1, int precision = -1);
 
-  void set_value(int index, double value) { at(index).value = value; }
-  void set_text(int index, const std::string& text) { at(index).text = text; }
+  void set_value(int index, double value) { entry_at(index).value = value; }
+  void set_text(int index, const std::string& text) { entry_at(index).text = text; }
   /// The status the value query returns; 0 makes it write nothing.
-  void set_status(int index, int status) { at(index).status = status; }
-  /// The entry itself; throws std::out_of_range for an index without an entry.
-  entry& at(int index);
+  void set_status(int index, int status) { entry_at(index).status = status; }
 
   int entry_count() const override { return static_cast<int>(entries_.size()); }
   void describe(int index, nmrc_info& info) const override;
@@ -53,6 +43,14 @@ class test_numeric_server : public numeric_server {
   int get_value(int index, clock_tick t, void* data) const override;
 
  private:
+  struct entry {
+    std::string name;
+    nmrc_info info;
+    double value = 0;
+    std::string text;
+    int status = numeric_status::fresh;
+  };
+  entry& entry_at(int index) { return entries_.at(static_cast<std::size_t>(index - 1)); }
   const entry* find(int index) const;
 
   std::vector<entry> entries_;
