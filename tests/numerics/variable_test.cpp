@@ -28,8 +28,6 @@ TEST(variable, formats_by_type_and_shows_unfitting_formats_literally) {
       {"a list prints nothing", v::server_list_type, 1, "%f", ""},
       {"a type above the kinds prints nothing", v::var_type(99), 1, "%f", ""},
       {"integer conversion of a number", v::number_type, 2.5, "%d", "%d"},
-      {"%n and a second conversion", v::number_type, 2.5, "%n%f %f", "%n2.500000 %f"},
-      {"a lone percent at the end", v::number_type, 2.5, "%.1f%", "2.5%"},
       {"number conversion of a text", v::text_type, 0, "%f|%d|%.3s|%s", "%f|%d|abc|%s"},
   };
   for (const auto& [what, type, value, format, expected] : rows) {
