@@ -131,22 +131,6 @@ TEST(viewport, circles_and_arcs_follow_the_chord_rule_also_for_negative_sweeps) 
   }
 }
 
-TEST(viewport, curves_through_three_points) {
-  painted p;
-  // Points 0, 50 and 100 degrees round (50, 50): counter-clockwise, clockwise, whole circle.
-  const auto on = [](double a) {
-    return dpoint{50 + 20 * std::cos(a * deg), 50 + 20 * std::sin(a * deg)};
-  };
-  p.v.curve(on(0), on(50), on(100), false);
-  EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 0, 100, 12));
-  p.s.clear();
-  p.v.curve(on(100), on(50), on(0), false);
-  EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 100, -100, 12));
-  p.s.clear();
-  p.v.curve(on(100), on(50), on(0), true);
-  EXPECT_EQ(joined(p.s.calls()), arc({50, 50}, 20, 100, -360, 41));
-}
-
 TEST(viewport, lines_rectangles_points_and_text) {
   painted p;
   p.v.move_abs({50, 50});
