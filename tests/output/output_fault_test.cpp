@@ -122,7 +122,7 @@ TEST_F(output_fault, a_shape_library_that_cannot_grow_keeps_its_shapes) {
 }
 
 TEST(output_fault_printer, a_print_server_gone_in_the_middle_of_a_job_fails_the_writes) {
-  private_cupsd cupsd({"line"});
+  private_cupsd cupsd("line");
   KYO_REQUIRE_CUPSD(cupsd);
   printer p(streamable_init);
   p.set_printer("", "line", "");

@@ -1,9 +1,7 @@
 // The print manager without a print server: its file output, the printer switch, activation,
-// the dialog data, its stream form and the message log printing through it.
-#include <kyo/numerics/message_handler.h>
+// the dialog data and its stream form. The message log prints through it in the fault tests.
 #include <kyo/output/print_manager.h>
 #include <kyo/output/printer.h>
-#include <kyo/time/time_manager.h>
 
 #include <gtest/gtest.h>
 
@@ -23,11 +21,9 @@ std::string data_of(const print_manager& pm) {
   return std::to_string(t.printer_on) + std::to_string(t.file_on) + " " + t.folder;
 }
 
-TEST(print_manager, keeps_one_file_output_per_folder_and_prints_announced_log_messages) {
+TEST(print_manager, keeps_one_file_output_per_folder_and_writes_only_while_active) {
   temp_dir dir;
   fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
-  fake_tick tick(5000);
-  time_manager::reset();
   print_manager pm(nullptr);
   const std::string folder = dir.path().string();
   pm.set_file(&folder);
@@ -36,19 +32,15 @@ TEST(print_manager, keeps_one_file_output_per_folder_and_prints_announced_log_me
   pm.set_file(&folder);
   EXPECT_EQ(pm.get_file_output(), file) << "the same folder keeps the output";
   EXPECT_FALSE(pm.is_dirty());
-  message_handler log;
-  log.set_print_mgr(&pm);
   pm.write("early\r\n", 7);
   pm.activate(true);
   EXPECT_TRUE(file->is_open());
-  log.add_message("Alarm Depth Red 12.5m", message_handler::keep | message_handler::announce);
-  log.add_message("kept only", message_handler::keep);
+  pm.write("12.5\xB0\r\n", 7);
   pm.activate(false);
   EXPECT_FALSE(file->is_open());
   pm.write("late\r\n", 6);
-  EXPECT_EQ(dir.read("002-0304.txt"), "2-Jan-2024 03:04:05  Alarm Depth Red 12.5m\r\n");
+  EXPECT_EQ(dir.read("002-0304.txt"), "12.5\xB0\r\n");
   EXPECT_EQ(data_of(pm), "01 " + folder);
-  log.set_print_mgr(nullptr);
   pm.set_file(nullptr);
   EXPECT_TRUE(pm.get_file_output() == nullptr && pm.outputs().count() == 0 && pm.is_dirty());
   EXPECT_EQ(data_of(pm), "00 " + folder);

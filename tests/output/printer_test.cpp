@@ -36,7 +36,7 @@ std::string every_byte() {
 }
 
 TEST(printer, prints_each_activation_as_one_raw_job_byte_for_byte) {
-  private_cupsd cupsd({"line"});
+  private_cupsd cupsd("line");
   KYO_REQUIRE_CUPSD(cupsd);
   printer p;
   ASSERT_EQ(p.device_name(), "line");
@@ -76,7 +76,7 @@ TEST(printer, prints_each_activation_as_one_raw_job_byte_for_byte) {
 }
 
 TEST(printer, fails_with_code_3_for_a_missing_printer_or_server_and_5_without_a_job) {
-  private_cupsd cupsd({"line"});
+  private_cupsd cupsd("line");
   KYO_REQUIRE_CUPSD(cupsd);
   printer p(streamable_init);
   EXPECT_EQ(p.raw_print("x", 1), 5);

@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -58,11 +57,11 @@ bool under_ci() {
   return ci != nullptr && std::string(ci) == "true";
 }
 
-private_cupsd::private_cupsd(const std::vector<std::string>& queues) {
+private_cupsd::private_cupsd(const std::string& queue) {
   // One folder per process: libcups keeps the server it first read for each thread, so every
   // fixture of a test program must listen on the same socket.
   dir_ = "/tmp/kyo-cups-" + std::to_string(::getpid());
-  if (!start(queues)) stop();
+  if (!start(queue)) stop();
 }
 
 private_cupsd::~private_cupsd() {
@@ -75,7 +74,7 @@ std::string private_cupsd::device_uri(const std::string& queue) const {
   return "capture:" + dir_ + "/out/" + queue;
 }
 
-bool private_cupsd::start(const std::vector<std::string>& queues) {
+bool private_cupsd::start(const std::string& queue) {
   if (::access(cupsd_program, X_OK) != 0 || ::access(cups_exec, X_OK) != 0) {
     failure_ = "cupsd is not installed (packages cups-daemon, cups-client)";
     return false;
@@ -83,8 +82,9 @@ bool private_cupsd::start(const std::vector<std::string>& queues) {
   std::error_code ec;
   fs::remove_all(dir_, ec);
   const std::string& d = dir_;
-  for (const char* sub : {"etc", "spool/tmp", "log", "cache", "state", "out", "serverbin/backend",
-                          "serverbin/daemon"})
+  for (const std::string& sub :
+       std::vector<std::string>{"etc", "spool/tmp", "log", "cache", "state", "out/" + queue,
+                                "serverbin/backend", "serverbin/daemon"})
     fs::create_directories(d + "/" + sub, ec);
   const std::string sock = d + "/cupsd.sock", backend = d + "/serverbin/backend/capture";
   fs::create_symlink(cups_exec, d + "/serverbin/daemon/cups-exec", ec);
@@ -134,15 +134,12 @@ bool private_cupsd::start(const std::vector<std::string>& queues) {
     failure_ = "cupsd did not answer within 10 s";
     return false;
   }
-  for (const std::string& q : queues) {
-    fs::create_directories(d + "/out/" + q, ec);
-    text.clear();
-    // -E after -p enables the queue and lets it accept jobs; the first queue is the default.
-    if (run("lpadmin -h " + sock + " -p " + q + " -v " + device_uri(q) + " -E", text) != 0 ||
-        (q == queues.front() && run("lpadmin -h " + sock + " -d " + q, text) != 0)) {
-      failure_ = "lpadmin cannot add queue " + q + ": " + text;
-      return false;
-    }
+  text.clear();
+  // -E after -p enables the queue and lets it accept jobs; -d makes it the default.
+  if (run("lpadmin -h " + sock + " -p " + queue + " -v " + device_uri(queue) + " -E", text) != 0 ||
+      run("lpadmin -h " + sock + " -d " + queue, text) != 0) {
+    failure_ = "lpadmin cannot add queue " + queue + ": " + text;
+    return false;
   }
   for (const auto& [name, value] :
        std::map<std::string, std::optional<std::string>>{{"CUPS_SERVER", sock},
@@ -175,15 +172,7 @@ std::vector<std::string> private_cupsd::jobs(const std::string& queue, std::size
 void private_cupsd::stop() {
   if (pid_ <= 0) return;
   ::kill(pid_, SIGTERM);
-  bool ended = false;
-  for (int i = 0; i < 200 && !ended; ++i) {
-    ended = ::waitpid(pid_, nullptr, WNOHANG) == pid_;
-    if (!ended) std::this_thread::sleep_for(std::chrono::milliseconds(25));
-  }
-  if (!ended) {
-    ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
-  }
+  ::waitpid(pid_, nullptr, 0);
   pid_ = -1;
 }
 

@@ -1,5 +1,5 @@
 // A private print server for tests: a cupsd of its own, listening only on a unix socket in a
-// temporary folder, with raw queues whose jobs a capture backend writes to files, so that tests
+// temporary folder, with a raw queue whose jobs a capture backend writes to files, so that tests
 // can compare the bytes a job printed. Clients of this process reach it through CUPS_SERVER.
 // Under CI (CI=true) a server that cannot start fails the test; elsewhere the test is skipped.
 #pragma once
@@ -14,12 +14,12 @@
 
 namespace kyo::test {
 
-/// A running cupsd with raw capture queues; stopped (by its pid) and removed at destruction.
+/// A running cupsd with a raw capture queue; stopped (by its pid) and removed at destruction.
 class private_cupsd {
  public:
-  /// Starts the server with one queue per name; the first is the server's default. Points this
-  /// process's print clients at it (CUPS_SERVER; LPDEST, PRINTER cleared; its own client files).
-  explicit private_cupsd(const std::vector<std::string>& queues);
+  /// Starts the server with the queue, which is its default. Points this process's print
+  /// clients at it (CUPS_SERVER; LPDEST, PRINTER cleared; its own client files).
+  explicit private_cupsd(const std::string& queue);
   ~private_cupsd();
   private_cupsd(const private_cupsd&) = delete;
   private_cupsd& operator=(const private_cupsd&) = delete;
@@ -27,7 +27,7 @@ class private_cupsd {
   /// Whether the server runs; why not, when it does not.
   [[nodiscard]] bool running() const { return pid_ > 0; }
   [[nodiscard]] const std::string& failure() const { return failure_; }
-  /// The device URI of a queue.
+  /// The device URI of the queue.
   [[nodiscard]] std::string device_uri(const std::string& queue) const;
 
   /// The bytes of the completed jobs of `queue`, oldest first, once there are `count` of them
@@ -37,7 +37,7 @@ class private_cupsd {
   void stop();
 
  private:
-  bool start(const std::vector<std::string>& queues);
+  bool start(const std::string& queue);
 
   std::string dir_;
   pid_t pid_ = -1;
