@@ -139,9 +139,6 @@ TEST(numeric_format, no_value_leaves_the_text_untouched) {
     std::unique_ptr<numeric> n(make_numeric(s, type + 1));
     s.set_status(type + 1, numeric_status::no_data);
     EXPECT_EQ(n->as_string(0, out, true), numeric_status::no_data) << type;
-    s.set_status(type + 1, numeric_status::stale);
-    std::string stale;
-    EXPECT_EQ(n->as_string(0, stale, true), numeric_status::stale) << type;
   }
   s.set_text(1, "abc");
   EXPECT_EQ(distance_nmrc(s, 1, 12, 2).as_string(0, out, true), 0) << "a text entry";

@@ -26,7 +26,6 @@ TEST(variable, formats_by_type_and_shows_unfitting_formats_literally) {
       {"date and time", v::date_time_type, stamp, "%d-%1N-%Y %02H:%02M:%02S",
        "5-Mar-2024 14:07:09"},
       {"a list prints nothing", v::server_list_type, 1, "%f", ""},
-      {"a type above the kinds prints nothing", v::var_type(99), 1, "%f", ""},
       {"integer conversion of a number", v::number_type, 2.5, "%d", "%d"},
       {"number conversion of a text", v::text_type, 0, "%f|%d|%.3s|%s", "%f|%d|abc|%s"},
   };
