@@ -58,14 +58,6 @@ TEST_F(output_file_test, creates_its_file_at_the_first_write_and_rolls_over_whol
   EXPECT_EQ(write(out, "cc"), 0);
   EXPECT_EQ(holds("183-0905.log", most + std::string(10, 'b')), "728576 as expected");
   EXPECT_EQ(dir_.read("183-0906.log"), "cc");
-  // An oversized chunk goes whole into a file, which is replaced at the next chunk.
-  wall_.advance(std::chrono::minutes(1));
-  const std::string huge(output_file::max_file_bytes + 1, 'd');
-  EXPECT_EQ(write(out, huge), 0);
-  wall_.advance(std::chrono::minutes(1));
-  EXPECT_EQ(write(out, "e"), 0);
-  EXPECT_EQ(holds("183-0907.log", huge), "728577 as expected");
-  EXPECT_EQ(dir_.read("183-0908.log"), "e");
   EXPECT_EQ(out.close(), 0);
   EXPECT_EQ(out.close() + out.write(nullptr, 3), 8) << "closed: code 4 each";
   EXPECT_TRUE(ui_.events().empty());

