@@ -1,7 +1,6 @@
 #include <kyo/platform/path_map.h>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
 
@@ -13,7 +12,6 @@ class native_path_test : public testing::Test {
  protected:
   void SetUp() override {
     dir_.write("Data/Survey01.txt", "x");
-    dir_.write("media/Bell.wav", "x");
     dir_.write("Case/abc", "x");
     dir_.write("Case/ABC", "x");
     dir_.write("Case/aBc", "x");
@@ -38,17 +36,14 @@ TEST_F(native_path_test, maps_drives_and_resolves_case_against_the_disk) {
       {"display case finds the file", "D:\\DATA\\SURVEY01.TXT", root_ + "/Data/Survey01.txt"},
       {"a path that exists as given", "E:\\abc", root_ + "/Case/abc"},
       {"doubled separators", "D:\\Data\\\\Survey01.txt", root_ + "/Data/Survey01.txt"},
-      {"new file in an existing folder", "D:\\data\\New.TXT", root_ + "/Data/New.TXT"},
       {"missing folder keeps the rest as given", "D:\\DATA\\NewDir\\X.TXT",
        root_ + "/Data/NewDir/X.TXT"},
       {"exact name wins over other cases", "D:\\Case\\aBc", root_ + "/Case/aBc"},
       {"first in byte order among case variants", "D:\\case\\Abc", root_ + "/Case/ABC"},
-      {"dot-dot is kept", "D:\\Data\\..\\MEDIA\\bell.WAV", root_ + "/Data/../media/Bell.wav"},
       {"drive alone is the root", "D:", root_},
       {"drive-relative path", "D:data", root_ + "/Data"},
       {"posix path is only case-resolved", root_ + "/DATA/survey01.txt",
        root_ + "/Data/Survey01.txt"},
-      {"trailing separator stays", "D:\\Data\\", root_ + "/Data/"},
       {"unmapped drive is dropped", "C:\\kyo-no-such-folder\\x.txt", "/kyo-no-such-folder/x.txt"},
       {"relative path stays relative", "kyo-no-such-folder\\x.txt", "kyo-no-such-folder/x.txt"},
   };
@@ -70,14 +65,6 @@ TEST_F(native_path_test, mapping_roots_may_end_with_a_separator_and_can_be_clear
   EXPECT_EQ(kyo::native_path("E:\\kyo-no-such"), "/kyo-no-such");
   kyo::clear_drive_mappings();
   EXPECT_EQ(kyo::native_path("D:\\kyo-no-such"), "/kyo-no-such");
-}
-
-TEST_F(native_path_test, relative_paths_resolve_from_the_working_folder) {
-  const std::string saved = std::filesystem::current_path().string();
-  ASSERT_EQ(::chdir(root_.c_str()), 0);
-  const std::string resolved = kyo::native_path("DATA\\survey01.TXT");
-  ASSERT_EQ(::chdir(saved.c_str()), 0);
-  EXPECT_EQ(resolved, "Data/Survey01.txt");
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
+#include <kyo/platform/message_format.h>
 #include <kyo/platform/printf_format.h>
 
 #include <gtest/gtest.h>
 
-#include <cfloat>
+#include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <string>
@@ -25,14 +27,10 @@ const double inf_value = std::numeric_limits<double>::infinity();
 // Every directive and value is the printf fuzz target's; these pin the families of each
 // conversion against the C library.
 TEST(printf_format, conversions_match_the_c_library) {
-  const std::vector<std::string> formats = {
-      "%f",    "%.0f",    "%08.5f", "%+.3f",    "% f", "%-12.4f", "%#.0f", "%.30f",
-      "%e",    "%E",      "%#.0e",  "%+012.3E", "%g",  "%G",      "%.0g",  "%#g",
-      "%#.3g", "%.17g",   "%-+10g", "%a",       "%A",  "%.0a",    "%.1a",  "%.3a",
-      "%#.0a", "%015.2a", "%.20a",  "% 09.2e",  "%Lf", "%F"};
-  const std::vector<double> values = {
-      0.0,  -0.0,   0.5,     2.5,     -2.5,   0.05,    2.675,   9.9999995, 99999.95,  1e-5,
-      1e21, -1e300, DBL_MAX, DBL_MIN, 5e-324, 1.0 / 3, 1.03125, 1.09375,   nan_value, -inf_value};
+  const std::vector<std::string> formats = {"%.0f", "%#.0f", "%+012.3E", "%#g", "%.17g",
+                                            "%A",   "%.1a",  "%015.2a",  "%Lf", "%F"};
+  const std::vector<double> values = {-0.0, 2.5,    2.675,   9.9999995, 99999.95,
+                                      1e21, 5e-324, 1.09375, nan_value, -inf_value};
   for (const auto& format : formats) {
     for (const double v : values) {
       SCOPED_TRACE(format + " of " + c_printf("%.17g", v));
@@ -42,22 +40,21 @@ TEST(printf_format, conversions_match_the_c_library) {
       EXPECT_EQ(kyo::format_one(format, v), expected);
     }
   }
-  const std::vector<std::string> int_formats = {
-      "%d", "%i",  "%-5d", "%05d",  "%+d",  "% d",   "%-+05d", "%8.3d", "%.0d", "%u",
-      "%X", "%#x", "%#o",  "%#.0o", "%.0x", "%#08x", "%#.3x",  "%c",    "%-3c", "%05c"};
+  const std::vector<std::string> int_formats = {"%i",  "%-+05d", "%8.3d", "%.0d",  "%X",
+                                                "%#o", "%#.0o",  "%#08x", "%#.3x", "%-3c"};
   for (const auto& format : int_formats) {
-    for (const int v : {0, 1, -1, -42, 65, 4096, INT_MAX, INT_MIN}) {
+    for (const int v : {0, -42, 65, INT_MIN}) {
       SCOPED_TRACE(format + " of " + std::to_string(v));
       EXPECT_EQ(kyo::format_one(format, v), c_printf(format, v));
     }
   }
-  for (const auto& format : {"%lld", "%llu", "%llx", "%#llo", "%+20lld", "%jd", "%zx"}) {
-    for (const long long v : {0LL, -1LL, LLONG_MAX, LLONG_MIN}) {
+  for (const auto& format : {"%llu", "%#llo", "%+20lld", "%zx"}) {
+    for (const long long v : {-1LL, LLONG_MIN}) {
       SCOPED_TRACE(std::string(format) + " of " + std::to_string(v));
       EXPECT_EQ(kyo::format_one(format, v), c_printf(format, v));
     }
   }
-  for (const auto& format : {"%5s", "%-5s", "%.2s", "%5.1s", "%.0s", "%05s"}) {
+  for (const auto& format : {"%-5s", "%5.1s", "%.0s"}) {
     SCOPED_TRACE(format);
     EXPECT_EQ(kyo::format_one(format, "abc"), c_printf(format, "abc"));
   }
@@ -88,12 +85,10 @@ TEST(printf_format, parser_refuses_what_it_cannot_print_safely) {
   };
   const std::string huge = "99999999999999999999d";
   const row rows[] = {
-      {"+04d tail", true, 4}, {"8.5f", true, 4},         {".f", true, 2},     {"lld", true, 3},
-      {"qd", true, 2},        {"512d", true, 4},         {"513d", false, 4},  {".512f", true, 5},
-      {".513f", false, 5},    {huge.c_str(), false, 21}, {"*d", false, 2},    {"1$d", false, 3},
-      {"n", false, 1},        {"p", false, 1},           {"%", false, 1},     {"k", false, 1},
-      {"5-d", false, 3},      {"hhhd", false, 4},        {"lhd", false, 3},   {"", false, 0},
-      {"08.3", false, 4},     {"5%", false, 2},          {"5.5.5f", false, 6}};
+      {"+04d tail", true, 4}, {".f", true, 2},    {"qd", true, 2},     {"512d", true, 4},
+      {"513d", false, 4},     {".512f", true, 5}, {".513f", false, 5}, {huge.c_str(), false, 21},
+      {"*d", false, 2},       {"1$d", false, 3},  {"n", false, 1},     {"5-d", false, 3},
+      {"hhhd", false, 4},     {"lhd", false, 3},  {"", false, 0},      {"5.5.5f", false, 6}};
   for (const auto& r : rows) {
     SCOPED_TRACE(r.text);
     std::size_t extent = 999;
@@ -110,16 +105,12 @@ TEST(printf_format, format_one_applies_only_the_first_fitting_directive) {
   };
   const row rows[] = {
       {"text around one conversion", kyo::format_one("%5.1f m (%d)", 12.34), " 12.3 m (%d)"},
-      {"a second fitting directive", kyo::format_one("%d%d", 7LL), "7%d"},
       {"percent pairs", kyo::format_one("100%% %d%%", 5), "100% 5%"},
       {"%n is never a write", kyo::format_one("%n%d", 3), "%n3"},
-      {"percent at the end", kyo::format_one("abc%", 1.0), "abc%"},
       {"width over the cap", kyo::format_one("%513d", 1), "%513d"},
-      {"text argument", kyo::format_one("[%-4s|%.1s]", "ab"), "[ab  |%.1s]"},
       {"null text", kyo::format_one("<%s>", static_cast<const char*>(nullptr)), "<>"},
       // An integer prints whole whatever length the directive names; signed values converted
       // to an unsigned letter take the named width (int without a length).
-      {"d beyond int", kyo::format_one("%d", 5000000000LL), "5000000000"},
       {"x of -1 is 32 bits without length", kyo::format_one("%x", -1), "ffffffff"},
       {"x below INT_MIN is 64 bits", kyo::format_one("%x", -5000000000LL), "fffffffed5fa0e00"},
       {"hhx of -1 is one byte", kyo::format_one("%hhx", -1), "ff"},
@@ -129,6 +120,68 @@ TEST(printf_format, format_one_applies_only_the_first_fitting_directive) {
     SCOPED_TRACE(r.what);
     EXPECT_EQ(r.actual, r.expected);
   }
+}
+
+using kyo::message_arg;
+
+struct row {
+  const char* name;
+  const char* format;
+  std::vector<message_arg> args;
+  const char* expected;
+};
+
+void check(const std::vector<row>& rows) {
+  for (const row& r : rows) {
+    SCOPED_TRACE(r.name);
+    EXPECT_EQ(kyo::format_message_args(r.format, r.args), r.expected);
+  }
+}
+
+TEST(format_message, inserts_escapes_and_plain_text) {
+  const std::vector<message_arg> twelve = {1, 2, 3, 4, 5, 6, 7, 8, 9, "ten", 11, "twelve"};
+  check({
+      {"inserts in any order, reused", "%2 before %1, %2 again", {"a", "b"}, "b before a, b again"},
+      {"escapes", "100%% done%n%.%!%t%r% end", {}, "100% done\r\n.!\t\r end"},
+      {"%0 ends the output, a missing argument is kept as written",
+       "%1 %3 %2!5.1f!%0def%n",
+       {"a"},
+       "a %3 %2!5.1f!"},
+      {"two digits at most", "%10|%123", twelve, "ten|twelve3"},
+      {"unterminated conversion is text", "%1!d", {42}, "42!d"},
+      {"null text", "[%1]", {static_cast<const char*>(nullptr)}, "[(null)]"},
+      {"shortest double", "%1 %2 %3", {0.1, 1e20, 2.0}, "0.1 1e+20 2"},
+  });
+}
+
+// The printf rules themselves are the formatter's (tested against the C library); these rows check
+// what each kind of argument gives to them.
+TEST(format_message, conversions_follow_printf_for_each_kind_of_argument) {
+  check({
+      {"flags, width and precision",
+       "[%1!-5d!][%2!+08.3f!][%3!#X!]",
+       {42, -1.5, 255},
+       "[42   ][-001.500][0XFF]"},
+      {"negative int as hex and unsigned", "[%1!x!][%1!u!]", {-1}, "[ffffffff][4294967295]"},
+      {"64-bit hex with its prefix", "[%1!I64x!]", {std::int64_t{-1}}, "[ffffffffffffffff]"},
+      {"character", "[%1!c!][%2!5c!]", {65, 'x'}, "[A][    x]"},
+      // Conversions that do not fit the argument, or that printf must not see, print plain text.
+      {"s of a number", "[%1!4s!]", {42}, "[  42]"},
+      {"integer conversion of text", "[%1!d!]", {"text"}, "[text]"},
+      {"width just above the cap", "[%1!256d!]", {42}, "[42]"},
+      {"two conversions", "[%1!dd!][%1!%d!]", {42}, "[42][42]"},
+      {"empty and unknown", "[%1!!][%1!q!][%1!n!]", {42}, "[42][42][42]"},
+  });
+  EXPECT_EQ(kyo::format_message("%1!255d!", 1), std::string(254, ' ') + "1");
+  EXPECT_EQ(kyo::format_message("'%1' is a version %2!d! %3", std::string_view("C:\\a.cfg"), 2,
+                                std::string("file")),
+            "'C:\\a.cfg' is a version 2 file");
+}
+
+TEST(system_error_text, gives_the_c_library_text_or_a_number) {
+  EXPECT_EQ(kyo::system_error_text(ENOENT), "No such file or directory");
+  EXPECT_EQ(kyo::system_error_text(123456), "Unknown error 123456");
+  EXPECT_EQ(kyo::system_error_text(-7), "Unknown error -7");
 }
 
 }  // namespace
