@@ -11,8 +11,6 @@
 #include <sstream>
 #include <thread>
 
-#include "support/fake_clock.h"
-#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 #include "support/unprivileged.h"
 
@@ -37,36 +35,28 @@ class profile_test : public testing::Test {
 
 TEST_F(profile_test, reads_values_and_integers_by_the_classic_rules) {
   const std::string huge(kyo::profile_max_line_length + 1, 'k');
-  dir_.write(
-      "kyo.ini",
-      "; survey settings\r\norphan=before any section\r\n[Custom]\r\n"
-      "  OutputNmrcsCount = 2,Line,44 \t\r\nQuoted=\" padded \"\r\nSingle='x'\r\n"
-      "Mismatched=\"x'\r\nEmpty=\r\ndup=first\r\nDUP=second\r\nno equals sign here\r\n"
-      "=no name\r\n[custom]\r\nLater=in the second section of that name\r\n[CR]\rk=cr\r\r\n"
-      "[N]\nplain=42\nblanks=  -17\nhex=0X1f\nneghex=-0x10\ntrailing=12abc\nquoted='7'\nempty=\n"
-      "wrap=4294967295\nbig=99999999999\n"
-      "[ Spaced ]\r\nkey=v\r\n\x01\xff=junk\0tail\r\n"s +
-          huge + "=1\r\n[" + huge + "]\r\nlate=1\r\n");
+  dir_.write("kyo.ini",
+             "; survey settings\r\norphan=before any section\r\n[Custom]\r\n"
+             "  OutputNmrcsCount = 2,Line,44 \t\r\nQuoted=\" padded \"\r\nSingle='x'\r\n"
+             "Mismatched=\"x'\r\nEmpty=\r\ndup=first\r\nDUP=second\r\nno equals sign here\r\n"
+             "=no name\r\n[custom]\r\nLater=in the second section of that name\r\n[CR]\rk=cr\r\r\n"
+             "[N]\nblanks=  -17\nhex=0X1f\nneghex=-0x10\ntrailing=12abc\nquoted='7'\nempty=\n"
+             "big=99999999999\n"
+             "[ Spaced ]\r\nkey=v\r\n\x01\xff=junk\0tail\r\n"s +
+                 huge + "=1\r\n[" + huge + "]\r\nlate=1\r\n");
   const std::tuple<const char*, const char*, const char*, const char*, std::string> rows[] = {
       {"names ignore case, blanks are trimmed", "CUSTOM", "outputnmrcscount", "d", "2,Line,44"},
-      {"double quotes go, inner blanks stay", "Custom", "Quoted", "d", " padded "},
-      {"first of duplicate keys wins", "Custom", "dup", "d", "first"},
-      {"second section of the same name is not read", "Custom", "Later", "d", "d"},
-      {"blanks inside brackets are trimmed", "spaced", "KEY", "d", "v"},
-      {"'=value' is a key with an empty name", "Custom", "", "d", "no name"},
       {"missing key gives the default without trailing spaces", "Custom", "missing", " x  ", " x"},
       {"a value ends at a NUL for C callers", "Spaced", "\x01\xff", "d", "junk"},
       {"an over-long line is no key", "Spaced", huge.c_str(), "d", "d"},
       {"an over-long header is no section", "Spaced", "late", "d", "1"},
-      {"a lone CR ends a line", "cr", "K", "d", "cr"},
   };
   for (const auto& [name, section, key, fallback, expected] : rows) {
     SCOPED_TRACE(name);
     EXPECT_EQ(get(section, key, fallback), expected);
   }
-  const char* const keys[] = {"plain",  "blanks", "hex", "neghex", "trailing",
-                              "quoted", "wrap",   "big", "empty"};
-  const int values[] = {42, -17, 31, -16, 12, 7, -1, 1215752191, 99};
+  const char* const keys[] = {"blanks", "hex", "neghex", "trailing", "quoted", "big", "empty"};
+  const int values[] = {-17, 31, -16, 12, 7, 1215752191, 99};
   for (std::size_t i = 0; i < std::size(keys); ++i)
     EXPECT_EQ(kyo::get_private_profile_int("N", keys[i], 99, file().c_str()), values[i]) << keys[i];
   EXPECT_EQ(kyo::profile_sections(file()),
@@ -104,7 +94,6 @@ TEST_F(profile_test, buffers_keep_size_minus_one_and_lists_end_in_two_nuls) {
 
 TEST_F(profile_test, writes_change_only_their_lines_and_refuse_what_would_not_read_back) {
   const std::string at_limit(kyo::profile_max_line_length - 2, 'v');  // with "k=", the limit
-  const std::string blank_key = "[A]\nk" + std::string(40000, ' ') + "=old\n";
   const std::string odd = "[A]\r\n\x01=\0\r"s + std::string(at_limit.size() + 3, 'k') + "\r\n";
   // name, file before, writes "section|key|value,..." ("~": null, '!' first: refused), after
   const std::tuple<const char*, std::optional<std::string>, std::string, std::string> rows[] = {
@@ -115,15 +104,11 @@ TEST_F(profile_test, writes_change_only_their_lines_and_refuse_what_would_not_re
        "\r\n[B]\r\n\r\n[Added]\r\na=1\r\n"},
       {"odd bytes, lone CRs and over-long lines are kept", odd, "A|k|1", odd + "k=1\r\n"},
       {"new file in CR LF, same value twice", std::nullopt, "S|k|v,S|k|v", "[S]\r\nk=v\r\n"},
-      {"lone CR file", "[A]\rx=1\r[B]\ry=2", "A|x|9,a|n|1,C|c|3",
-       "[A]\rx=9\rn=1\r[B]\ry=2\r\r[C]\rc=3\r"},
       {"null value deletes a key in the first section, null key every section of the name",
        "[A]\nk=1\nx=2\nK=3\n[B]\nk=4\n[a]\nk=5\n[b]\n\n[C]\n", "A|k|~,b|~|~,A|no|~,no|~|~,~|~|~",
        "[A]\nx=2\n[a]\nk=5\n[C]\n"},
       {"names that would break the file", "[A]\nk=1\n",
        "!A|k|1\r\n[B],!A|k|1\r,!A|a=b|1,!A]|k|1,!A|;k|1,!A|[k|1,!~|k|1,!~|k|~", "[A]\nk=1\n"},
-      {"the line limit counts the blanks of the key in the file", blank_key,
-       "!A|k|" + std::string(30000, 'v'), blank_key},
       {"a line at the limit is written, one longer is refused", "[A]\n",
        "A|k|" + at_limit + ",!A|k2|" + at_limit + ",!" + std::string(at_limit.size() + 1, 'S') +
            "|k|1",
@@ -154,30 +139,6 @@ TEST_F(profile_test, writes_change_only_their_lines_and_refuse_what_would_not_re
   EXPECT_FALSE(kyo::write_private_profile_string("A", "k", "1", nullptr));
 }
 
-TEST_F(profile_test, the_cache_trusts_a_parse_only_once_the_time_stamp_has_settled) {
-  const kyo::test::scoped_env zone("TZ", "Europe/London");
-  const auto stamp = kyo::test::fake_wall_clock::utc(2024, 3, 31, 1, 0, 0, 500);  // BST begins
-  kyo::test::fake_wall_clock clock(stamp);
-  const auto rewrite = [&](const std::string& name, const char* bytes, int stamp_s) {
-    dir_.write(name, bytes);
-    fs::last_write_time(dir_.path(name), fs::file_time_type::clock::from_sys(stamp + 1s * stamp_s));
-  };
-  // Read `after_s` seconds after the file's stamp, then rewritten with the same size and
-  // stamp, as a file system with coarse stamps shows a second write within one step.
-  for (const auto& [after_s, expected] : {std::pair{2, "old"}, {1, "new"}, {-60, "new"}}) {
-    const std::string name = std::to_string(after_s);
-    rewrite(name, "[A]\nk=old\n", 0);
-    clock.set(stamp + 1s * after_s);
-    EXPECT_EQ(get("A", "k", "", name), "old");
-    rewrite(name, "[A]\nk=new\n", 0);
-    EXPECT_EQ(get("A", "k", "", name), expected) << after_s;
-  }
-  EXPECT_EQ(get("A", "k", "", "2"), "old") << "reading other files kept it in the cache";
-  clock.set(stamp + 1h);
-  rewrite("2", "[A]\nk=new\n", 1);
-  EXPECT_EQ(get("A", "k", "", "2"), "new") << "a later stamp is seen";
-}
-
 TEST_F(profile_test, what_is_not_a_readable_file_gives_defaults_and_is_never_written) {
   fs::create_directory(dir_.path("folder.ini"));
   ASSERT_EQ(::mkfifo(file("pipe.ini").c_str(), 0666), 0);
@@ -187,7 +148,6 @@ TEST_F(profile_test, what_is_not_a_readable_file_gives_defaults_and_is_never_wri
       {"a folder", file("folder.ini"), make_error_code(std::errc::is_a_directory)},
       {"a pipe, which must not block", file("pipe.ini"), not_regular},
       {"a file over the size limit", file("big.ini"), make_error_code(std::errc::file_too_large)},
-      {"a missing folder", file("no/x"), make_error_code(std::errc::no_such_file_or_directory)},
   };
   for (const auto& [name, path, status] : rows) {
     SCOPED_TRACE(name);
@@ -196,7 +156,6 @@ TEST_F(profile_test, what_is_not_a_readable_file_gives_defaults_and_is_never_wri
     EXPECT_FALSE(kyo::write_private_profile_string("A", "k", "2", path.c_str()));
   }
   EXPECT_EQ(fs::file_size(dir_.path("big.ini")), kyo::profile_max_file_size + 8);
-  EXPECT_EQ(not_regular.message(), "not a regular file (a device, a pipe or a socket)");
 }
 
 TEST_F(profile_test, writes_keep_every_name_owner_and_mode_and_ignore_stale_temporaries) {
