@@ -15,13 +15,6 @@ namespace {
 using kyo::test::recording_ui;
 using kyo::test::ui_event;
 
-TEST(error_message, format_error_msg_fills_numbered_inserts) {
-  EXPECT_EQ(kyo::format_error_msg("Cannot open %1: error %2", "x.dat", 5),
-            "Cannot open x.dat: error 5");
-  EXPECT_EQ(kyo::format_error_msg("%2 before %1", 1, "two"), "two before 1");
-  EXPECT_EQ(kyo::format_error_msg(nullptr, 1), "");
-}
-
 TEST(error_message, boxes_show_library_and_system_texts) {
   recording_ui ui;
   kyo::error_message_box(nullptr, "Position", kyo::string_id::latitude_range);
@@ -36,7 +29,6 @@ TEST(error_message, boxes_show_library_and_system_texts) {
       {ui_event::kind::message_box, "Unknown error 2147483648", "Disk", info},
   };
   EXPECT_EQ(ui.events(), expected);
-  EXPECT_FALSE(kyo::system_error_text(ENOENT).empty());
 }
 
 TEST(string_resources, lookup_by_number) {

@@ -3,12 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <sstream>
 #include <string>
-
-#include <kyo/core/object_stream.h>
-
-#include "support/stream_bytes.h"
 
 namespace {
 
@@ -31,10 +26,7 @@ TEST(drect, clip_keeps_the_inside_part_in_direction) {
   const std::tuple<const char*, dline, bool, dline> rows[] = {
       {"crosses both sides", {-1, 0.5, 2, 0.5}, true, {0, 0.5, 1, 0.5}},
       {"reversed keeps its direction", {2, 0.5, -1, 0.5}, true, {1, 0.5, 0, 0.5}},
-      {"wholly inside is untouched", {0.2, 0.2, 0.8, 0.9}, true, {0.2, 0.2, 0.8, 0.9}},
       {"diagonal through the corners", {-1, -1, 2, 2}, true, {0, 0, 1, 1}},
-      {"vertical through top and bottom", {0.5, -1, 0.5, 2}, true, {0.5, 0, 0.5, 1}},
-      {"one end inside", {0.5, 0.5, 0.5, 3}, true, {0.5, 0.5, 0.5, 1}},
       {"wholly left", {-2, 0, -1, 1}, false, {-2, 0, -1, 1}},
       // Left and above share no bit, but the line passes above the top-left corner.
       {"passes outside the corner", {-1, 0.5, 0.5, 2}, false, {0, 1.5, 0.5, 2}},
@@ -76,10 +68,6 @@ TEST(geometry, lines_intersect_measure_and_give_normals) {
   EXPECT_EQ(a.intersect(b, params), (dpoint{3, 0}));
   EXPECT_TRUE(params[0] == 3 && params[1] == 0.5);
   EXPECT_THROW((void)a.intersect(kyo::parametric_line(dpoint{0, 1}, kyo::dsize{2, 0})), dpoint);
-  // |k| = 1e-9 is above the 1e-10 threshold.
-  const dpoint p = a.intersect(kyo::parametric_line(dpoint{0, 1}, kyo::dsize{1, 1e-9}));
-  EXPECT_NEAR(p.x, -1e9, 1);
-  EXPECT_EQ(p.y, 0);
 
   double along = 0, across = 0;
   dline{0, 0, 4, 0}.distances({1, 2}, &along, &across);
@@ -90,7 +78,6 @@ TEST(geometry, lines_intersect_measure_and_give_normals) {
   EXPECT_EQ(d.perpendicular_vector(10), (kyo::dsize{-8, 6}));
   EXPECT_EQ(kyo::parametric_line(d).perpendicular_vector(0), (kyo::dsize{-4, 3}))
       << "0 leaves it unscaled";
-  EXPECT_EQ(kyo::parametric_line(d).perpendicular_vector(10), (kyo::dsize{-8, 6}));
   EXPECT_EQ(kyo::parametric_line(d).point(2), (dpoint{7, 9}));
 }
 
@@ -101,31 +88,11 @@ TEST(alignment, offset_places_the_reference_point) {
       {"right bottom", alignment::right | alignment::bottom, {7, 5}, {7, 5}},
       {"centre baseline", alignment::center | alignment::baseline, {7, 5}, {3, 2}},
       {"undefined horizontal bit", 4 | alignment::bottom, {7, 5}, {0, 5}},
-      {"undefined vertical bit", alignment::right | 16, {7, 5}, {7, 0}},
       {"halves truncate towards zero", alignment::center | alignment::baseline, {-7, -5}, {-3, -2}},
   };
   for (const auto& [what, flags, box, expected] : rows) {
     EXPECT_EQ(alignment(flags).offset(box), expected) << what;
   }
-}
-
-TEST(geometry_stream, rectangles_and_ellipses_are_raw_little_endian_doubles) {
-  using namespace kyo::test::bytes;
-  std::stringstream bytes;
-  kyo::opstream out(bytes);
-  out << drect{1, 2, 3, -4} << kyo::dellipse{0.5, 0.25, 2};
-  const std::string s = bytes.str();
-  EXPECT_EQ(s, f64(1) + f64(2) + f64(3) + f64(-4) + f64(0.5) + f64(0.25) + f64(2));
-  kyo::ipstream in(bytes);
-  drect r;
-  kyo::dellipse e;
-  in >> r >> e;
-  EXPECT_TRUE(in.good() && r == (drect{1, 2, 3, -4}) && e == (kyo::dellipse{0.5, 0.25, 2}));
-  std::istringstream short_bytes(s.substr(0, 20));
-  kyo::ipstream truncated(short_bytes);
-  drect kept{9, 9, 9, 9};
-  truncated >> kept;
-  EXPECT_TRUE(truncated.fail() && kept == (drect{9, 9, 9, 9})) << "a failed read keeps the value";
 }
 
 }  // namespace
