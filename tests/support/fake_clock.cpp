@@ -23,12 +23,9 @@ fake_wall_clock::~fake_wall_clock() {
 
 fake_wall_clock::time_point fake_wall_clock::utc(int year, int month, int day, int hour, int minute,
                                                  int second, int millisecond) {
-  using namespace std::chrono;
-  const sys_days date = std::chrono::year{year} / std::chrono::month{static_cast<unsigned>(month)} /
-                        std::chrono::day{static_cast<unsigned>(day)};
-  return time_point(duration_cast<time_point::duration>(date.time_since_epoch() + hours{hour} +
-                                                        minutes{minute} + seconds{second} +
-                                                        milliseconds{millisecond}));
+  namespace chr = std::chrono;
+  return chr::sys_days(chr::year{year} / month / day) + chr::hours{hour} + chr::minutes{minute} +
+         chr::seconds{second} + chr::milliseconds{millisecond};
 }
 
 }  // namespace kyo::test

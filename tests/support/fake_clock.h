@@ -1,6 +1,7 @@
 // Settable clocks for tests: fake_tick replaces the millisecond tick counter and
 // fake_wall_clock the wall clock of get_local_time, each for its own lifetime;
-// the real clocks are back once they are destroyed.
+// the real clocks are back once they are destroyed. Neither can be copied (the
+// atomic count cannot), so only one object owns each installed source.
 #pragma once
 
 #include <atomic>
@@ -14,13 +15,10 @@ class fake_tick {
  public:
   explicit fake_tick(std::uint32_t start = 0);
   ~fake_tick();
-  fake_tick(const fake_tick&) = delete;
-  fake_tick& operator=(const fake_tick&) = delete;
 
   void set(std::uint32_t tick) { now_.store(tick); }
   /// Moves the tick on by `ms`, wrapping at 2^32 like the real counter.
   void advance(std::uint32_t ms) { now_.fetch_add(ms); }
-  std::uint32_t now() const { return now_.load(); }
 
  private:
   std::atomic<std::uint32_t> now_;
@@ -33,8 +31,6 @@ class fake_wall_clock {
 
   explicit fake_wall_clock(time_point start);
   ~fake_wall_clock();
-  fake_wall_clock(const fake_wall_clock&) = delete;
-  fake_wall_clock& operator=(const fake_wall_clock&) = delete;
 
   void set(time_point t) { now_.store(t.time_since_epoch().count()); }
   void advance(std::chrono::nanoseconds d) {

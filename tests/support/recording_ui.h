@@ -28,9 +28,7 @@ class recording_ui final : public ui_hooks, public sound_hooks {
  public:
   /// Installs itself; the hooks in place before are restored at destruction.
   recording_ui();
-  ~recording_ui() override;
-  recording_ui(const recording_ui&) = delete;
-  recording_ui& operator=(const recording_ui&) = delete;
+  ~recording_ui() override;  // not copyable: the mutex is not
 
   /// A message box answers id_ok for mb_ok and mb_okcancel styles, id_yes for yes/no styles;
   /// every later ask_yes_no returns `yes` (true until called).

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cstdint>
 #include <sstream>
 #include <string>
@@ -54,12 +53,6 @@ namespace kyo::test::bytes {
 /// A 32-bit little-endian word.
 inline std::string le32(std::uint32_t v) {
   return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)};
-}
-
-/// An IEEE double, little-endian.
-inline std::string f64(double v) {
-  const auto bits = std::bit_cast<std::uint64_t>(v);
-  return le32(std::uint32_t(bits)) + le32(std::uint32_t(bits >> 32));
 }
 
 /// A string as the stream writes it: its length, then its bytes.

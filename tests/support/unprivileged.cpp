@@ -69,9 +69,8 @@ void as_unprivileged(const std::function<void()>& body) {
   }
   int status = 0;
   pid_t waited = 0;
-  do {
-    waited = ::waitpid(child, &status, 0);
-  } while (waited < 0 && errno == EINTR);
+  while ((waited = ::waitpid(child, &status, 0)) < 0 && errno == EINTR) {
+  }
   if (waited < 0) {
     ADD_FAILURE() << "lost the child process";
   } else if (WIFSIGNALED(status)) {
