@@ -1,5 +1,5 @@
-// Shape components and mobile shapes: validity, bounds, text, comparison, the stream form with
-// damaged copies of it, and drawing at a position, heading and offset, to scale or at 80 mm.
+// Shape components and mobile shapes: validity, bounds, text, the stream form with a component
+// held twice, and drawing at a position, heading and offset, to scale or at 80 mm.
 #include <kyo/graphics/mobile_shape.h>
 #include <kyo/graphics/recording_surface.h>
 #include <kyo/graphics/viewport.h>
@@ -71,14 +71,6 @@ TEST(mobile_shape, keeps_bounds_emptiness_and_text) {
   one.modify(line({{-99, 0}}), -1);
   EXPECT_TRUE(one.destroy(2) && one.count() == 2);
   EXPECT_EQ(one.get_bounds(), (drect{0, 0, 11, 22})) << "computed again from all that is left";
-}
-
-TEST(shape_component, compares_exactly) {
-  const shape_ellipse e({1, 2}, {3, 4, 0});
-  EXPECT_EQ(e, shape_ellipse({1, 2}, {3, 4, 0}));
-  EXPECT_FALSE(e == shape_ellipse({1, 2}, {3, 4, -0.0}) || e == shape_line({{1, 2}}) ||
-               shape_line({{1, 2}}) == shape_line({{1, 2}, {1, 2}}))
-      << "compared as bytes, and by kind";
 }
 
 using namespace bytes;

@@ -170,24 +170,6 @@ TEST_F(nmea_server_test, a_time_of_day_goes_on_the_nearest_day) {
   EXPECT_EQ(fresh.last_time()->value() - seconds_1901_to_1970, 1709510390.0) << "3 March";
 }
 
-TEST_F(nmea_server_test, counts_what_it_skips) {
-  const std::tuple<std::string, nmea::line_result> rows[] = {
-      {"# comment", nmea::line_result::no_sentence},
-      {"$GPHDT,218.53,T*00", nmea::line_result::rejected},
-      {std::string("$GPHDT,\0", 8), nmea::line_result::rejected},
-      {with_checksum("GPGSV,3,1,12"), nmea::line_result::unused},
-      {with_checksum("GPHDT,,T"), nmea::line_result::unused},
-      {with_checksum("GPVTG,054.7,T,034.4,M,005.5,N,010.2,K,N"), nmea::line_result::unused},
-      {with_checksum("GPVTG,054.7,034.4,005.5,010.2"), nmea::line_result::used},
-  };
-  for (const auto& [line, result] : rows)
-    EXPECT_EQ(server_.feed(line, 5), result) << line;
-  const nmea::line_counts& c = server_.counts();
-  EXPECT_EQ(std::tuple(c.lines, c.no_sentence, c.bad_checksum, c.malformed, c.unused, c.used),
-            std::tuple(7u, 1u, 1u, 1u, 3u, 1u));
-  EXPECT_NEAR(value(nmea::entry::course, 5), 54.7 * deg, 1e-15) << "old VTG without letters";
-}
-
 // A simulated survey replayed through the server gives back its own positions to the printed
 // precision (a millionth of a minute), its times, courses and speed.
 TEST(nmea_simulator, replays_to_its_own_states) {

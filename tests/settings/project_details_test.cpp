@@ -1,5 +1,5 @@
-// Project details: labels and defaults, the single blank of a missing key, a save and load that
-// keeps every value (inner and outer blanks, quotes), the process-wide object and the help file.
+// Project details: the single blank of a missing key, a save and load that keeps every value
+// (inner and outer blanks, quotes), the process-wide object and the help file.
 #include <kyo/settings/help_file.h>
 #include <kyo/settings/project_details.h>
 
@@ -14,19 +14,6 @@ namespace kyo::test {
 namespace {
 
 using pd = TProjectDetails;
-
-TEST(project_details, starts_with_padded_labels_and_four_defaults) {
-  const pd d;
-  std::string all;
-  for (int i = -1; i <= pd::count; ++i)
-    all += d.get_name(pd::id(i)) + "=" + d.get_info(pd::id(i)) + ";";
-  EXPECT_EQ(all,
-            "=;Company Name        =Varnak Hydrographic Inc;Project Number      =1;"
-            "Project Description =Survey;Survey Area         =GOM;Start Date of Survey=;"
-            "End   Date of Survey=;Client              =;Contractor          =;"
-            "Client Rep.         =;Survey Rep.         =;Party Chief         =;"
-            "Surveyor            =;=;");
-}
 
 TEST(project_details, keeps_every_value_through_a_profile_file) {
   temp_dir dir;
