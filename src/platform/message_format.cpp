@@ -200,7 +200,7 @@ std::string format_message_args(std::string_view format, std::span<const message
 std::string system_error_text(int error) {
   char buffer[256] = {};
   const char* text = error_text_of(strerror_r(error, buffer, sizeof buffer), buffer);
-  if (text != nullptr && text[0] != '\0') return text;
+  if (text != nullptr) return text;
   return "Unknown error " + to_text(error);
 }
 

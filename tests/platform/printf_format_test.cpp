@@ -28,7 +28,7 @@ const double inf_value = std::numeric_limits<double>::infinity();
 // conversion against the C library.
 TEST(printf_format, conversions_match_the_c_library) {
   const std::vector<std::string> formats = {"%.0f", "%#.0f", "%+012.3E", "%#g", "%.17g",
-                                            "%A",   "%.1a",  "%015.2a",  "%Lf", "%F"};
+                                            "%A",   "%.1a",  "%015.2a",  "%Lf", "%#.0e"};
   const std::vector<double> values = {-0.0, 2.5,    2.675,   9.9999995, 99999.95,
                                       1e21, 5e-324, 1.09375, nan_value, -inf_value};
   for (const auto& format : formats) {
@@ -101,6 +101,7 @@ TEST(printf_format, format_one_applies_only_the_first_fitting_directive) {
       // to an unsigned letter take the named width (int without a length).
       {"x of -1 is 32 bits without length", kyo::format_one("%x", -1), "ffffffff"},
       {"x below INT_MIN is 64 bits", kyo::format_one("%x", -5000000000LL), "fffffffed5fa0e00"},
+      {"widest long long", kyo::format_one("%+22lld", LLONG_MIN), "  -9223372036854775808"},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.what);
