@@ -11,6 +11,7 @@
 #include <sstream>
 #include <thread>
 
+#include "support/fake_clock.h"
 #include "support/temp_dir.h"
 #include "support/unprivileged.h"
 
@@ -137,6 +138,28 @@ TEST_F(profile_test, writes_change_only_their_lines_and_refuse_what_would_not_re
     EXPECT_EQ(dir_.read(name), after);
   }
   EXPECT_FALSE(kyo::write_private_profile_string("A", "k", "1", nullptr));
+}
+
+// A file replaced behind a cached parse is read again: a later time stamp shows at once; the same
+// size and stamp (a second write within one step of a coarse file system's stamps) shows unless
+// the parse was made a whole step after the stamp.
+TEST_F(profile_test, a_file_replaced_while_cached_is_read_again) {
+  const auto stamp = kyo::test::fake_wall_clock::utc(2024, 3, 31, 1, 0, 0, 500);
+  kyo::test::fake_wall_clock clock(stamp);
+  const auto rewrite = [&](const std::string& name, const char* bytes, int stamp_s) {
+    dir_.write(name, bytes);
+    fs::last_write_time(dir_.path(name), fs::file_time_type::clock::from_sys(stamp + 1s * stamp_s));
+  };
+  for (const auto& [after_s, expected] : {std::pair{2, "old"}, {1, "new"}, {-60, "new"}}) {
+    const std::string name = std::to_string(after_s);
+    rewrite(name, "[A]\nk=old\n", 0);
+    clock.set(stamp + 1s * after_s);
+    EXPECT_EQ(get("A", "k", "", name), "old");
+    rewrite(name, "[A]\nk=new\n", 0);
+    EXPECT_EQ(get("A", "k", "", name), expected) << after_s;
+  }
+  rewrite("2", "[A]\nk=new\n", 1);
+  EXPECT_EQ(get("A", "k", "", "2"), "new") << "a later stamp is seen";
 }
 
 TEST_F(profile_test, what_is_not_a_readable_file_gives_defaults_and_is_never_written) {
