@@ -135,6 +135,21 @@ void run_numeric(benchmark::State& state, const numeric& n) {
   set_goal(state, 1.5);
 }
 
+// The path: the numeric of the fixture that `which` picks.
+void path_numeric(benchmark::State& state, const numeric& (*which)(const numerics_fixture&)) {
+  numerics_fixture f;
+  run_numeric(state, which(f));
+}
+#define KYO_PATH_NUMERIC(kind, member)                                                    \
+  BENCHMARK_CAPTURE(path_numeric, kind, [](const numerics_fixture& f) -> const numeric& { \
+    return f.member;                                                                      \
+  })->Name("path/numeric_" #kind)
+KYO_PATH_NUMERIC(distance, range);
+KYO_PATH_NUMERIC(speed, speed);
+KYO_PATH_NUMERIC(bearing, heading);
+KYO_PATH_NUMERIC(geog, latitude);
+KYO_PATH_NUMERIC(timedate, time);
+
 // The baseline writes into a reused string as the numeric's caller does.
 template <class... Args>
 void run_print(benchmark::State& state, const char* what, const numeric& n, const char* format,
@@ -150,23 +165,11 @@ void run_print(benchmark::State& state, const char* what, const numeric& n, cons
   }
 }
 
-void path_numeric_distance(benchmark::State& state) {
-  numerics_fixture f;
-  run_numeric(state, f.range);
-}
-BENCHMARK(path_numeric_distance)->Name("path/numeric_distance");
-
 void baseline_numeric_distance(benchmark::State& state) {
   numerics_fixture f;
   run_print(state, "numeric_distance", f.range, "%*.*f", 10, 2, bench::range_m);
 }
 BENCHMARK(baseline_numeric_distance)->Name("baseline/numeric_distance");
-
-void path_numeric_speed(benchmark::State& state) {
-  numerics_fixture f;
-  run_numeric(state, f.speed);
-}
-BENCHMARK(path_numeric_speed)->Name("path/numeric_speed");
 
 void baseline_numeric_speed(benchmark::State& state) {
   numerics_fixture f;
@@ -175,35 +178,17 @@ void baseline_numeric_speed(benchmark::State& state) {
 }
 BENCHMARK(baseline_numeric_speed)->Name("baseline/numeric_speed");
 
-void path_numeric_bearing(benchmark::State& state) {
-  numerics_fixture f;
-  run_numeric(state, f.heading);
-}
-BENCHMARK(path_numeric_bearing)->Name("path/numeric_bearing");
-
 void baseline_numeric_bearing(benchmark::State& state) {
   numerics_fixture f;
   run_print(state, "numeric_bearing", f.heading, "%*.*f", 6, 1, bench::heading_rad / bench::degree);
 }
 BENCHMARK(baseline_numeric_bearing)->Name("baseline/numeric_bearing");
 
-void path_numeric_geog(benchmark::State& state) {
-  numerics_fixture f;
-  run_numeric(state, f.latitude);
-}
-BENCHMARK(path_numeric_geog)->Name("path/numeric_geog");
-
 void baseline_numeric_geog(benchmark::State& state) {
   numerics_fixture f;
   run_print(state, "numeric_geog", f.latitude, "%02d\xB0%02d'%06.3f\"%c", 60, 10, 14.7, 'N');
 }
 BENCHMARK(baseline_numeric_geog)->Name("baseline/numeric_geog");
-
-void path_numeric_timedate(benchmark::State& state) {
-  numerics_fixture f;
-  run_numeric(state, f.time);
-}
-BENCHMARK(path_numeric_timedate)->Name("path/numeric_timedate");
 
 void baseline_numeric_timedate(benchmark::State& state) {
   numerics_fixture f;
