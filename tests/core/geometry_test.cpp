@@ -13,31 +13,6 @@ using kyo::drect;
 
 const drect unit{0, 0, 1, 1};
 
-TEST(drect, outcodes_treat_the_border_as_inside) {
-  const std::tuple<dpoint, unsigned> rows[] = {
-      {{0.5, 0.5}, 0}, {{0, 0}, 0},    {{1, 1}, 0},  {{1, 0.5}, 0}, {{-1, 0.5}, 1}, {{2, 0.5}, 2},
-      {{0.5, 2}, 4},   {{0.5, -1}, 8}, {{-1, 2}, 5}, {{2, -1}, 10}, {{NAN, NAN}, 0}};
-  for (const auto& [p, code] : rows) {
-    EXPECT_EQ(unit.code(p), code) << p.x << "," << p.y;
-  }
-}
-
-TEST(drect, clip_keeps_the_inside_part_in_direction) {
-  const std::tuple<const char*, dline, bool, dline> rows[] = {
-      {"crosses both sides", {-1, 0.5, 2, 0.5}, true, {0, 0.5, 1, 0.5}},
-      {"reversed keeps its direction", {2, 0.5, -1, 0.5}, true, {1, 0.5, 0, 0.5}},
-      {"diagonal through the corners", {-1, -1, 2, 2}, true, {0, 0, 1, 1}},
-      {"wholly left", {-2, 0, -1, 1}, false, {-2, 0, -1, 1}},
-      // Left and above share no bit, but the line passes above the top-left corner.
-      {"passes outside the corner", {-1, 0.5, 0.5, 2}, false, {0, 1.5, 0.5, 2}},
-  };
-  for (auto [what, line, inside, expected] : rows) {
-    SCOPED_TRACE(what);
-    EXPECT_EQ(unit.clip(line), inside);
-    EXPECT_EQ(line, expected);
-  }
-}
-
 TEST(drect, touches_contains_intersection_union_and_normalize) {
   // The other rectangle, then touches and contains.
   const std::tuple<drect, bool, bool> rows[] = {

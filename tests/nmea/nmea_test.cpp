@@ -16,7 +16,6 @@
 
 #include <fcntl.h>
 
-#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 namespace kyo::test {
@@ -153,21 +152,6 @@ TEST_F(nmea_server_test, no_fix_leaves_the_position_without_data) {
   EXPECT_EQ(status(nmea::entry::longitude), numeric_status::fresh);
   server_.feed(with_checksum("GPGLL,4807.038,N,01131.000,E,000003.00,V,N"), 3000);
   EXPECT_EQ(status(nmea::entry::longitude), numeric_status::no_data) << "GLL status V";
-}
-
-TEST_F(nmea_server_test, a_time_of_day_goes_on_the_nearest_day) {
-  // 23:59:59 on 3 March, then GGA times just after and long before midnight.
-  server_.feed(with_checksum("GPZDA,235959,03,03,2024,,"), 1000);
-  server_.feed(with_checksum("GPGGA,000001,,,,,0,,,,,,,,"), 1000);
-  EXPECT_EQ(value(nmea::entry::utc_time), 1709510401.0) << "4 March 00:00:01";
-  server_.feed(with_checksum("GPGGA,120000,,,,,0,,,,,,,,"), 1000);
-  EXPECT_EQ(value(nmea::entry::utc_time), 1709553600.0) << "4 March 12:00:00";
-  // Before any date, the reference time decides the day, in any zone.
-  scoped_env tz("TZ", "Pacific/Auckland");
-  nmea::nmea_server fresh(nullptr, "x");
-  fresh.set_reference_time(timedate(1709510401.0 + seconds_1901_to_1970));
-  fresh.feed(with_checksum("GPGGA,235950,,,,,0,,,,,,,,"), 0);
-  EXPECT_EQ(fresh.last_time()->value() - seconds_1901_to_1970, 1709510390.0) << "3 March";
 }
 
 // A simulated survey replayed through the server gives back its own positions to the printed

@@ -73,31 +73,6 @@ TEST_F(server_list_test, sparse_lists_keep_their_slots_and_compact_lists_shift) 
       << "a deleted member that does not announce itself leaves silently";
 }
 
-TEST_F(server_list_test, an_owned_member_deleted_directly_leaves_through_the_destroyed_code) {
-  for (bool compact : {true, false}) {
-    SCOPED_TRACE(compact ? "compact" : "sparse");
-    server_list* l = make(2, compact);
-    auto* a = new announcing_server(nullptr, "a");
-    auto* b = new announcing_server(nullptr, "b");
-    ASSERT_TRUE(l->add_at(*a, 0) && l->add_at(*b, 1));
-    delete a;
-    EXPECT_EQ(l->find(*b) + l->count(), compact ? 1 : 4);
-    // Members' news pass on; then 102 with the list's address, then the member leaves, telling
-    // the removed code as it announces itself.
-    b->notify_clients(77, 1234, true);
-    const long self = to_notify_arg(l);
-    delete l;
-    EXPECT_EQ(watcher.received(),
-              (std::vector<notification>{{l, added, 0},
-                                         {l, added, 1},
-                                         {l, removed, 0},
-                                         {l, 77, 1234},
-                                         {l, server_list::destroyed_notice, self},
-                                         {l, removed, compact ? 0 : 1}}));
-    watcher.clear();
-  }
-}
-
 TEST_F(server_list_test, a_watching_list_follows_its_members_without_owning_them) {
   auto* a = new announcing_server(&top, "a");
   auto* b = new server(&top, "b");

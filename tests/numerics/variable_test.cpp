@@ -42,19 +42,6 @@ TEST(variable, formats_by_type_and_shows_unfitting_formats_literally) {
   EXPECT_EQ(variable(v::number_type, 1, "%512.1f", nullptr).as_string().size(), 512u);
 }
 
-TEST(variable, every_set_defines_it_and_units_keep_three_characters) {
-  variable v(variable::number_type, 1, "%f", "knots");
-  EXPECT_TRUE(v.get_units() == "kno" && v.is_defined() == 1);
-  v.set_defined(0);
-  v.set(variable::number_type, 2, "%f", nullptr);
-  EXPECT_TRUE(v.get_units().empty() && v.is_defined() == 1) << "null units leave them empty";
-  v.set(variable::angle_type, 2, "%d", "\xB0T");
-  EXPECT_EQ(v.get_units(), "\xB0T");
-  v.set_defined(0);
-  v.set("text");
-  EXPECT_TRUE(v.get_units().empty() && v.is_defined() == 1) << "a change of type clears them";
-}
-
 TEST(variable, owns_its_server_list_while_the_type_is_5) {
   const long before = test_numeric_server::live_instances();
   auto make_list = [] {

@@ -39,25 +39,6 @@ void add(custom_output& c, const numeric_server& s, int index) {
   c.add_numeric(*make_numeric(s, index));
 }
 
-TEST(custom_output, builds_lines_with_separators_between_entries) {
-  servers s;
-  // The entries by their index in GPS, the separator and the line break, then the line.
-  const std::tuple<const char*, const char*, signed char, bool, const char*> rows[] = {
-      {"an empty line gets no line break", "", ' ', true, ""},
-      {"separators between entries only, the line break after", "121", ',', true, "A,12.50,A\r\n"},
-      {"separator 0 joins with nothing", "12", 0, false, "A12.50"},
-      {"an entry without value still costs its separator", "141", ';', false, "A;;A"},
-  };
-  for (const auto& [what, entries, separator, line_break, expected] : rows) {
-    SCOPED_TRACE(what);
-    custom_output c;
-    for (const char* e = entries; *e != '\0'; ++e)
-      add(c, *s.gps, *e - '0');
-    c.set_separator(separator);
-    EXPECT_EQ(c.build_string(5, line_break), expected);
-  }
-}
-
 TEST(custom_output, saves_a_section_and_loads_it_back) {
   servers s;
   temp_dir dir;

@@ -1,5 +1,5 @@
-// The print manager without a print server: its file output, the printer switch, activation,
-// the dialog data and its stream form. The message log prints through it in the fault tests.
+// The print manager without a print server: the printer switch, the dialog data and the stream
+// form. Its file output and activation are in the fault tests, where the message log prints.
 #include <kyo/output/print_manager.h>
 #include <kyo/output/printer.h>
 
@@ -8,9 +8,7 @@
 #include <sstream>
 #include <string>
 
-#include "support/fake_clock.h"
 #include "support/stream_bytes.h"
-#include "support/temp_dir.h"
 
 namespace kyo::test {
 namespace {
@@ -19,31 +17,6 @@ std::string data_of(const print_manager& pm) {
   print_manager::transfer_s t;
   pm.get_data(t);
   return std::to_string(t.printer_on) + std::to_string(t.file_on) + " " + t.folder;
-}
-
-TEST(print_manager, keeps_one_file_output_per_folder_and_writes_only_while_active) {
-  temp_dir dir;
-  fake_wall_clock wall(fake_wall_clock::utc(2024, 1, 2, 3, 4, 5));
-  print_manager pm(nullptr);
-  const std::string folder = dir.path().string();
-  pm.set_file(&folder);
-  output_file* file = pm.get_file_output();
-  pm.set_dirty(false);
-  pm.set_file(&folder);
-  EXPECT_EQ(pm.get_file_output(), file) << "the same folder keeps the output";
-  EXPECT_FALSE(pm.is_dirty());
-  pm.write("early\r\n", 7);
-  pm.activate(true);
-  EXPECT_TRUE(file->is_open());
-  pm.write("12.5\xB0\r\n", 7);
-  pm.activate(false);
-  EXPECT_FALSE(file->is_open());
-  pm.write("late\r\n", 6);
-  EXPECT_EQ(dir.read("002-0304.txt"), "12.5\xB0\r\n");
-  EXPECT_EQ(data_of(pm), "01 " + folder);
-  pm.set_file(nullptr);
-  EXPECT_TRUE(pm.get_file_output() == nullptr && pm.outputs().count() == 0 && pm.is_dirty());
-  EXPECT_EQ(data_of(pm), "00 " + folder);
 }
 
 TEST(print_manager, switches_printing_only_when_forced_and_streams_its_settings) {

@@ -25,18 +25,14 @@ namespace {
 constexpr const char* cupsd_program = "/usr/sbin/cupsd";
 constexpr const char* cups_exec = "/usr/lib/cups/daemon/cups-exec";
 
-// Writes each job's bytes to <folder of the URI>/job-<id>.prn, renamed into place when complete.
-constexpr const char* capture_backend = R"(#!/bin/sh
-[ $# -eq 0 ] && { echo 'direct capture "Unknown" "Test capture"'; exit 0; }
-dir=${DEVICE_URI#capture:}
-tmp="$dir/.job-$1.part"
-if [ -n "${6:-}" ]; then cat -- "$6" > "$tmp"; else cat > "$tmp"; fi || exit 1
-mv -f "$tmp" "$dir/job-$1.prn" || exit 1
-)";
-
-bool write_text(const fs::path& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  return static_cast<bool>(out << text);
+// Writes the file `name` of the fixture's folder (tests/support/cupsd) to `to`, with every "@DIR@"
+// in it replaced by the server's folder `dir`.
+bool install(const std::string& name, const std::string& to, const std::string& dir) {
+  std::string text = read_file(fs::path(KYO_CUPSD_FILES) / name);
+  for (std::size_t at; (at = text.find("@DIR@")) != std::string::npos;)
+    text.replace(at, 5, dir);
+  std::ofstream out(to, std::ios::binary | std::ios::trunc);
+  return !text.empty() && out << text;
 }
 
 // Runs a shell command (our own paths and names only) and gives its exit status and output.
@@ -88,22 +84,11 @@ bool private_cupsd::start(const std::string& queue) {
     fs::create_directories(d + "/" + sub, ec);
   const std::string sock = d + "/cupsd.sock", backend = d + "/serverbin/backend/capture";
   fs::create_symlink(cups_exec, d + "/serverbin/daemon/cups-exec", ec);
-  const std::string files_conf =
-      "ServerRoot " + d + "/etc\nServerBin " + d + "/serverbin\nRequestRoot " + d +
-      "/spool\nTempDir " + d + "/spool/tmp\nCacheDir " + d + "/cache\nStateDir " + d +
-      "/state\nErrorLog " + d + "/log/error_log\nAccessLog " + d + "/log/access_log\nPageLog " + d +
-      "/log/page_log\nSystemGroup root\nLogFileGroup root\n";
-  const std::string cupsd_conf =
-      "LogLevel info\nListen " + sock +
-      "\nBrowsing No\nBrowseLocalProtocols none\nDefaultAuthType None\nWebInterface No\n"
-      "ErrorPolicy abort-job\nPreserveJobFiles No\n<Location />\n  Order allow,deny\n"
-      "  Allow localhost\n</Location>\n<Policy default>\n  JobPrivateAccess all\n"
-      "  JobPrivateValues none\n  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n";
   // The backend must be neither group- nor world-writable, or cupsd refuses it; owner-only runs
   // it as its owner.
-  if (ec || !write_text(backend, capture_backend) || ::chmod(backend.c_str(), 0700) != 0 ||
-      !write_text(d + "/etc/cups-files.conf", files_conf) ||
-      !write_text(d + "/etc/cupsd.conf", cupsd_conf)) {
+  if (ec || !install("capture", backend, d) || ::chmod(backend.c_str(), 0700) != 0 ||
+      !install("cups-files.conf", d + "/etc/cups-files.conf", d) ||
+      !install("cupsd.conf", d + "/etc/cupsd.conf", d)) {
     failure_ = "cannot write the server's files in " + d;
     return false;
   }
